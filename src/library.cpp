@@ -1,0 +1,2 @@
+// The one place that knows every service: what attach installs and what detach releases.
+#include <windows.h>

@@ -1,0 +1,42 @@
+// The platform's calls that threads are built from. The only header through which the
+// synchronisation, the pool and the queues reach the system.
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
+
+namespace kq::thread::platform {
+
+/// Waits without limit.
+inline constexpr std::uint32_t infinite = INFINITE;
+
+/// Waits until `word` is woken, unless it no longer holds `expected`. May wake spuriously; the
+/// caller looks at the word again. Returns false when `milliseconds` went by first.
+inline bool WaitOnWord(const std::atomic<std::uint32_t>& word, std::uint32_t expected,
+                       std::uint32_t milliseconds) noexcept {
+    return WaitOnAddress(const_cast<std::atomic<std::uint32_t>*>(&word), &expected,
+                         sizeof(expected), milliseconds) != FALSE;
+}
+
+/// Wakes one thread that waits on `word`. The word itself is not read: it may be gone already.
+inline void WakeOne(const std::atomic<std::uint32_t>& word) noexcept {
+    WakeByAddressSingle(const_cast<std::atomic<std::uint32_t>*>(&word));
+}
+
+/// Wakes every thread that waits on `word`, under the same rule.
+inline void WakeAll(const std::atomic<std::uint32_t>& word) noexcept {
+    WakeByAddressAll(const_cast<std::atomic<std::uint32_t>*>(&word));
+}
+
+/// Gives the rest of the time slice to another thread.
+inline void YieldSlice() noexcept { SwitchToThread(); }
+
+/// Tells the processor that this is a spinning loop.
+inline void SpinPause() noexcept { YieldProcessor(); }
+
+/// The system's identifier of the calling thread.
+inline std::uint32_t CurrentThreadId() noexcept { return GetCurrentThreadId(); }
+
+} // namespace kq::thread::platform

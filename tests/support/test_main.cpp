@@ -1,0 +1,44 @@
+// The main program of every test: runs GoogleTest and prints the closing line by which a run
+// counts.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+
+namespace {
+
+// A crash has to end with a code of our own: under Wine the default handling may end with 0.
+constexpr int exitCodeOfCrash = 97;
+constexpr int exitCodeOfTerminate = 98;
+
+LONG WINAPI EndOnCrash(EXCEPTION_POINTERS* fault) {
+    std::fprintf(stderr, "kq tests: crashed with code 0x%08lx at %p\n",
+                 fault->ExceptionRecord->ExceptionCode, fault->ExceptionRecord->ExceptionAddress);
+    std::fflush(stderr);
+    TerminateProcess(GetCurrentProcess(), exitCodeOfCrash);
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
+[[noreturn]] void EndOnTerminate() {
+    std::fprintf(stderr, "kq tests: terminated\n");
+    std::fflush(stderr);
+    TerminateProcess(GetCurrentProcess(), exitCodeOfTerminate);
+    std::abort();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    SetUnhandledExceptionFilter(EndOnCrash);
+    std::set_terminate(EndOnTerminate);
+    testing::InitGoogleTest(&argc, argv);
+    const int result = RUN_ALL_TESTS();
+    const int passed = testing::UnitTest::GetInstance()->successful_test_count();
+    if (result == 0)
+        std::printf("kq tests: all %d passed\n", passed);
+    std::fflush(stdout);
+    return result;
+}
