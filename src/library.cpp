@@ -2,6 +2,7 @@
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/thread_pool.h>
 #include <kq/library.h>
+#include <kq/thread/thread_names.h>
 
 #include "concurrency/job_queue_impl.h"
 #include "concurrency/pool_thread.h"
@@ -21,6 +22,7 @@ std::atomic<bool> isStarted{false};
 
 void InstallServices() {
     using namespace kq::concurrency;
+    kq::thread::threadNameManager = kq::thread::ThreadNameMap::Create();
     threadPool = std::make_shared<CThreadPool>();
     jobQueue = std::make_shared<CJobQueue>(threadPool.GetShared(), blockingFactor);
 }
@@ -30,6 +32,18 @@ void ReleaseServices() {
     using namespace kq::concurrency;
     jobQueue.Reset();
     threadPool.Reset();
+    kq::thread::threadNameManager.Reset();
+}
+
+// A later thread may get the same identifier, but not the name. Threads also end when the services
+// are gone.
+void ForgetThreadName() noexcept {
+    try {
+        if (const auto names = kq::thread::threadNameManager.GetShared())
+            names->ResetCurrentName();
+    } catch (...) {
+        return;
+    }
 }
 
 // Lets every job come to its end while this thread holds the queue and the pool: a job that holds
@@ -89,6 +103,9 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             kq::concurrency::AbandonPoolThreads();
             if (isStarted.exchange(false))
                 ReleaseServices();
+            return TRUE;
+        case DLL_THREAD_DETACH:
+            ForgetThreadName();
             return TRUE;
         default:
             return TRUE;
