@@ -37,7 +37,7 @@ private:
 };
 
 /// The queue's side of a gate.
-class GateKeeper {
+class GateKeeper : public std::enable_shared_from_this<GateKeeper> {
 public:
     /// A job that `clause` waited for has finished. Called without any lock.
     virtual void OnTicketFinished(const std::shared_ptr<Gate>& gate, TicketClause& clause,
