@@ -1,6 +1,8 @@
 // Everything that the library offers.
 #pragma once
 
+#include <kq/com/activation_context.h>
+#include <kq/com/com_usage.h>
 #include <kq/concurrency/job.h>
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/job_terms.h>
