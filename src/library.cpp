@@ -1,2 +1,113 @@
 // The one place that knows every service: what attach installs and what detach releases.
+#include <kq/concurrency/job_queue.h>
+#include <kq/concurrency/thread_pool.h>
+#include <kq/library.h>
+#include <kq/thread/thread_names.h>
+
+#include "concurrency/job_queue_impl.h"
+#include "concurrency/pool_thread.h"
+#include "concurrency/term_constants.h"
+#include "concurrency/thread_pool_impl.h"
+
 #include <windows.h>
+
+#include <atomic>
+#include <memory>
+
+namespace {
+
+constexpr unsigned int blockingFactor = 10;
+
+std::atomic<bool> isStarted{false};
+
+void InstallServices() {
+    using namespace kq::concurrency;
+    kq::thread::threadNameManager = kq::thread::ThreadNameMap::Create();
+    threadPool = std::make_shared<CThreadPool>();
+    jobQueue = std::make_shared<CJobQueue>(threadPool.GetShared(), blockingFactor);
+}
+
+// In the reverse order. What a singleton gives up is destroyed here, or by the last user.
+void ReleaseServices() {
+    using namespace kq::concurrency;
+    jobQueue.Reset();
+    threadPool.Reset();
+    kq::thread::threadNameManager.Reset();
+}
+
+// A later thread may get the same identifier, but not the name. Threads also end when the services
+// are gone.
+void ForgetThreadName() noexcept {
+    try {
+        if (const auto names = kq::thread::threadNameManager.GetShared())
+            names->ResetCurrentName();
+    } catch (...) {
+        return;
+    }
+}
+
+// Lets every job come to its end while this thread holds the queue and the pool: a job that holds
+// the last reference on one of them would have to wait for itself.
+void DrainServices() {
+    using namespace kq::concurrency;
+    const std::shared_ptr<CJobQueue> queue = jobQueue.GetShared();
+    const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
+    jobQueue.Reset();
+    if (queue != nullptr)
+        CJobQueueImpl::Of(*queue).Drain();
+    threadPool.Reset();
+    if (pool != nullptr)
+        CThreadPoolImpl::Of(*pool).core->ShutDown();
+}
+
+} // namespace
+
+namespace kq {
+
+void Startup() {
+    if (isStarted.exchange(true))
+        return;
+    try {
+        InstallServices();
+    } catch (...) {
+        ReleaseServices();
+        isStarted = false;
+        throw;
+    }
+}
+
+void Shutdown() {
+    if (!isStarted.exchange(false))
+        return;
+    DrainServices();
+    ReleaseServices();
+}
+
+} // namespace kq
+
+BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
+    switch (reason) {
+        case DLL_PROCESS_ATTACH:
+            kq::concurrency::ConstructTermConstants();
+            try {
+                kq::Startup();
+            } catch (...) {
+                return FALSE;
+            }
+            return TRUE;
+        case DLL_PROCESS_DETACH:
+            // At process exit the other threads were killed wherever they stood: they may have held
+            // any lock, and what they used may be half changed. The system takes everything back.
+            if (processEnds != nullptr)
+                return TRUE;
+            kq::concurrency::AbandonPoolThreads();
+            if (isStarted.exchange(false))
+                ReleaseServices();
+            return TRUE;
+        case DLL_THREAD_DETACH:
+            ForgetThreadName();
+            return TRUE;
+        default:
+            return TRUE;
+    }
+}

@@ -65,6 +65,7 @@ public:
     KQ_API bool Remove(const CJobTicket& ticket);
 
 private:
+    friend class CJobQueueImpl;
     std::unique_ptr<class CJobQueueImpl> impl_;
 };
 

@@ -84,6 +84,7 @@ public:
     KQ_API void RemoveFinishedThreads();
 
 private:
+    friend class CThreadPoolImpl;
     std::unique_ptr<class CThreadPoolImpl> impl_;
 };
 
