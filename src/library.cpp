@@ -3,16 +3,21 @@
 #include <kq/concurrency/thread_pool.h>
 #include <kq/library.h>
 #include <kq/thread/thread_names.h>
+#include <kq/win32/message_pump.h>
 
 #include "concurrency/job_queue_impl.h"
 #include "concurrency/pool_thread.h"
+#include "concurrency/serve_ui.h"
 #include "concurrency/term_constants.h"
 #include "concurrency/thread_pool_impl.h"
+#include "concurrency/ui_job_queue_impl.h"
+#include "win32/main_thread.h"
 
 #include <windows.h>
 
 #include <atomic>
 #include <memory>
+#include <stdexcept>
 
 namespace {
 
@@ -24,6 +29,7 @@ void InstallServices() {
     using namespace kq::concurrency;
     kq::thread::threadNameManager = kq::thread::ThreadNameMap::Create();
     threadPool = std::make_shared<CThreadPool>();
+    uiJobQueue = std::make_shared<CUIJobQueueImpl>();
     jobQueue = std::make_shared<CJobQueue>(threadPool.GetShared(), blockingFactor);
 }
 
@@ -31,6 +37,7 @@ void InstallServices() {
 void ReleaseServices() {
     using namespace kq::concurrency;
     jobQueue.Reset();
+    uiJobQueue.Reset();
     threadPool.Reset();
     kq::thread::threadNameManager.Reset();
 }
@@ -46,18 +53,22 @@ void ForgetThreadName() noexcept {
     }
 }
 
-// Lets every job come to its end while this thread holds the queue and the pool: a job that holds
-// the last reference on one of them would have to wait for itself.
+// Lets every job come to its end while this thread holds the queue and the pool: a job that held
+// the last reference on one of them would have to wait for itself. UI jobs go on running meanwhile.
 void DrainServices() {
     using namespace kq::concurrency;
     const std::shared_ptr<CJobQueue> queue = jobQueue.GetShared();
+    const std::shared_ptr<CUIJobQueueImpl> uiQueue = uiJobQueue.GetShared();
     const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
     jobQueue.Reset();
-    if (queue != nullptr)
-        CJobQueueImpl::Of(*queue).Drain();
+    CJobQueueImpl& lanes = CJobQueueImpl::Of(*queue);
+    if (!lanes.IsIdle())
+        ServeUIDuring([&lanes] { lanes.Drain(); }, *uiQueue);
+    uiQueue->Pump();
+    uiQueue->Close();
+    uiJobQueue.Reset();
     threadPool.Reset();
-    if (pool != nullptr)
-        CThreadPoolImpl::Of(*pool).core->ShutDown();
+    CThreadPoolImpl::Of(*pool).core->ShutDown();
 }
 
 } // namespace
@@ -65,6 +76,8 @@ void DrainServices() {
 namespace kq {
 
 void Startup() {
+    if (!win32::IsMainThread())
+        throw std::logic_error("Startup must be called on the main thread!");
     if (isStarted.exchange(true))
         return;
     try {
@@ -88,6 +101,7 @@ void Shutdown() {
 BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
     switch (reason) {
         case DLL_PROCESS_ATTACH:
+            kq::win32::RecordMainThread();
             kq::concurrency::ConstructTermConstants();
             try {
                 kq::Startup();

@@ -1,11 +1,14 @@
 // Everything that the library offers.
 #pragma once
 
+#include <kq/com/activation_context.h>
+#include <kq/com/com_usage.h>
 #include <kq/concurrency/job.h>
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/job_terms.h>
 #include <kq/concurrency/job_ticket.h>
 #include <kq/concurrency/thread_pool.h>
+#include <kq/concurrency/ui_job_queue.h>
 #include <kq/converter/hex.h>
 #include <kq/converter/md5.h>
 #include <kq/converter/string_cast.h>
@@ -22,6 +25,7 @@
 #include <kq/version.h>
 #include <kq/win32/environment.h>
 #include <kq/win32/message.h>
+#include <kq/win32/message_pump.h>
 #include <kq/win32/module.h>
 #include <kq/win32/path.h>
 #include <kq/win32/types.h>

@@ -39,4 +39,18 @@ std::shared_ptr<Gate> Gate::Make(const std::shared_ptr<CJobTermsImpl>& terms) {
     return gate;
 }
 
+StartInfo Gate::Ask() {
+    if (condition)
+        return condition();
+    StartInfo both = StartInfo::Start;
+    for (TicketClause& clause : clauses) {
+        const StartInfo answer = clause.Ask();
+        if (answer == StartInfo::Drop)
+            return answer;
+        if (answer == StartInfo::Postpone)
+            both = answer;
+    }
+    return both;
+}
+
 } // namespace kq::concurrency

@@ -22,6 +22,9 @@ class TicketClause final : public Dependent {
 public:
     explicit TicketClause(TicketCondition condition) noexcept : cursor_(std::move(condition)) {}
 
+    /// What the condition answers now; hangs on nothing.
+    StartInfo Ask() noexcept { return cursor_.Advance(); }
+
     /// Goes on along the tickets. `Postpone` when it now hangs on one, and keeps `gate` alive until
     /// it is told or unhooked.
     StartInfo Advance(const std::shared_ptr<Gate>& gate) noexcept;
@@ -56,6 +59,9 @@ class Gate {
 public:
     /// The gate for these terms, null when there is nothing to wait for.
     static std::shared_ptr<Gate> Make(const std::shared_ptr<CJobTermsImpl>& terms);
+
+    /// What the terms answer now. Not once the queue has hung it on tickets.
+    StartInfo Ask();
 
     explicit Gate(std::function<StartInfo()> theCondition) : condition(std::move(theCondition)) {}
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <kq/export.h>
-#include <kq/win32/types.h>
 
 #include <boost/operators.hpp>
 
@@ -10,6 +9,10 @@
 #include <functional>
 #include <iosfwd>
 #include <string>
+
+/// The platform's `GUID` (also `UUID`, `IID`, `CLSID`), which a host gets from the platform's
+/// headers.
+struct _GUID;
 
 namespace kq {
 namespace type {

@@ -7,8 +7,6 @@
 struct HINSTANCE__;
 /// What a `HWND` points at: a window.
 struct HWND__;
-/// A `GUID` (also `UUID`, `IID`, `CLSID`): 16 bytes.
-struct _GUID;
 /// What a structured-exception filter is given (`EXCEPTION_POINTERS`).
 struct _EXCEPTION_POINTERS;
 /// The registers of a thread (`CONTEXT`).
