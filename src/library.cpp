@@ -1,6 +1,7 @@
 // The one place that knows every service: what attach installs and what detach releases.
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/thread_pool.h>
+#include <kq/concurrency/timed_job_scheduler.h>
 #include <kq/library.h>
 #include <kq/thread/thread_names.h>
 #include <kq/win32/message_pump.h>
@@ -31,11 +32,13 @@ void InstallServices() {
     threadPool = std::make_shared<CThreadPool>();
     uiJobQueue = std::make_shared<CUIJobQueueImpl>();
     jobQueue = std::make_shared<CJobQueue>(threadPool.GetShared(), blockingFactor);
+    StartupJobScheduler();
 }
 
 // In the reverse order. What a singleton gives up is destroyed here, or by the last user.
 void ReleaseServices() {
     using namespace kq::concurrency;
+    ShutdownJobScheduler();
     jobQueue.Reset();
     uiJobQueue.Reset();
     threadPool.Reset();
@@ -57,6 +60,7 @@ void ForgetThreadName() noexcept {
 // the last reference on one of them would have to wait for itself. UI jobs go on running meanwhile.
 void DrainServices() {
     using namespace kq::concurrency;
+    ShutdownJobScheduler();
     const std::shared_ptr<CJobQueue> queue = jobQueue.GetShared();
     const std::shared_ptr<CUIJobQueueImpl> uiQueue = uiJobQueue.GetShared();
     const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();

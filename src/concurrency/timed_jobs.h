@@ -1,0 +1,80 @@
+// The timed jobs of a scheduler and the loop that serves them.
+#pragma once
+
+#include <kq/concurrency/job_ticket.h>
+#include <kq/concurrency/timed_job_scheduler.h>
+
+#include "thread/clock.h"
+#include "thread/condition_variable.h"
+#include "thread/mutex.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace kq::concurrency {
+
+/// What a scheduler shares with its loop, which keeps it alive. The loop is a job of the
+/// process-wide pool; it begins with the first timed job, ends when there is none, and there is
+/// never more than one.
+///
+/// Callbacks are copied, called, queued and destroyed outside the mutex.
+class TimedJobs : public std::enable_shared_from_this<TimedJobs> {
+public:
+    explicit TimedJobs(thread::Clock& clock = thread::SteadyClock()) noexcept : clock_(clock) {}
+
+    TimedJobTicket Register(std::function<void(const TimedJobTicket&)> job,
+                            std::chrono::milliseconds interval, bool repeat);
+    bool Unregister(std::int32_t id);
+    bool IsIdle(std::int32_t id);
+
+    /// Forgets every timed job; the loop ends by itself.
+    void Close();
+
+private:
+    using Lock = std::unique_lock<thread::mutex>;
+    using TimePoint = thread::Clock::TimePoint;
+    using Nanoseconds = std::chrono::nanoseconds;
+    enum class LoopState { None, IsStarting, Runs };
+    struct Registration;
+    struct Run;
+
+    struct Entry {
+        std::int32_t id;
+        bool repeat;
+        TimePoint lastRun; ///< of the registration, later of the last time that a run was queued
+        Nanoseconds interval;
+        std::shared_ptr<Registration> registration;
+        CJobTicket ticket;      ///< of the last run
+        std::weak_ptr<Run> run; ///< the last run, until it has ended
+
+        bool IsRunning() const noexcept;
+    };
+
+    std::size_t IndexOf(std::int32_t id) const noexcept;
+    Entry* Find(std::int32_t id) noexcept;
+    void StartLoop(Lock& lock);
+    void NotifyLoop() noexcept;
+
+    void RunLoop() noexcept;
+    bool WaitUntilDue(Lock& lock, Nanoseconds least) noexcept;
+    Nanoseconds TimeToWait(TimePoint now) const noexcept;
+    bool QueueDueRuns(Lock& lock) noexcept;
+    bool QueueRun(Lock& lock, Entry& due) noexcept;
+
+    thread::Clock& clock_;
+
+    thread::mutex mutex_; // guards everything below
+    thread::condition_variable wakeUp_;
+    thread::condition_variable loopStarted_; // or could not be
+    std::uint32_t changes_ = 0;              // grows whenever the loop has to look again
+    std::vector<Entry> entries_;             // in the order of registration, and so of their ids
+    LoopState loopState_ = LoopState::None;
+    CJobTicket loop_; // the last one
+};
+
+} // namespace kq::concurrency
