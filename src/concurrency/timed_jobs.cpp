@@ -69,18 +69,14 @@ TimedJobTicket TimedJobs::Register(std::function<void(const TimedJobTicket&)> jo
     registration->callback = std::move(job);
     auto ticket = std::make_shared<TimedJobState>(TimedJobState{0, repeat});
 
+    Entries made; // outside the lock, with everything that may fail
+    made.emplace(0, Entry{repeat, {}, Saturated(interval), registration, CJobTicket(), {}});
+
     Lock lock(mutex_);
-    // Before anything is moved in: what fails here must not destroy the callback under the lock.
-    if (entries_.size() == entries_.capacity())
-        entries_.reserve(std::max<std::size_t>(8, 2 * entries_.capacity()));
-    ticket->id = registration->id = ++lastId;
-    entries_.push_back({ticket->id,
-                        repeat,
-                        clock_.Now(),
-                        Saturated(interval),
-                        std::move(registration),
-                        CJobTicket(),
-                        {}});
+    Entries::node_type entry = made.extract(made.begin());
+    entry.key() = ticket->id = registration->id = ++lastId;
+    entry.mapped().lastRun = clock_.Now();
+    entries_.insert(std::move(entry));
     while (loopState_ == LoopState::IsStarting)
         loopStarted_.wait(lock);
     if (loopState_ == LoopState::None) {
@@ -98,6 +94,7 @@ TimedJobTicket TimedJobs::Register(std::function<void(const TimedJobTicket&)> jo
 
 // The lock is released meanwhile: making a thread takes its time, and may fail.
 void TimedJobs::StartLoop(Lock& lock) {
+    const auto start = std::make_shared<LoopStart>();
     loopState_ = LoopState::IsStarting;
     const CJobTicket previous = loop_;
     lock.unlock();
@@ -106,17 +103,19 @@ void TimedJobs::StartLoop(Lock& lock) {
     try {
         const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
         started = (pool != nullptr ? *pool : threadPool.Get())
-                      .Start([self = shared_from_this(), previous] {
+                      .Start([self = shared_from_this(), start, previous] {
                           std::optional<std::string> ignored;
                           previous.Wait(ignored);
-                          self->RunLoop();
+                          self->RunLoop(*start);
                       });
     } catch (...) {
         error = std::current_exception();
     }
     lock.lock();
     loopStarted_.notify_all();
-    if (error) {
+    if (error && !start->hasBegun) {
+        // The pool keeps the loop, and may find a thread for it much later.
+        start->isGivenUp = true;
         loopState_ = LoopState::None;
         std::rethrow_exception(error);
     }
@@ -132,59 +131,45 @@ void TimedJobs::NotifyLoop() noexcept {
 }
 
 bool TimedJobs::Unregister(std::int32_t id) {
-    std::shared_ptr<Registration> registration;
-    CJobTicket ticket;
+    Entries::node_type removed;
     {
         const std::lock_guard guard(mutex_);
-        Entry* const entry = Find(id);
-        if (entry == nullptr)
+        removed = entries_.extract(id);
+        if (removed.empty())
             return false;
-        registration = std::move(entry->registration);
-        ticket = std::move(entry->ticket);
-        registration->isCancelled = true;
-        entries_.erase(entries_.begin() + (entry - entries_.data()));
+        removed.mapped().registration->isCancelled = true;
         NotifyLoop();
     }
     // A run that is past the queue by now finds that it is cancelled.
     if (const std::shared_ptr<CJobQueue> queue = jobQueue.GetShared())
-        Withdraw(*queue, ticket);
+        Withdraw(*queue, removed.mapped().ticket);
     return true;
 }
 
 bool TimedJobs::IsIdle(std::int32_t id) {
     const std::lock_guard guard(mutex_);
-    const Entry* const entry = Find(id);
-    return entry != nullptr && !entry->IsRunning();
+    const auto entry = entries_.find(id);
+    return entry != entries_.end() && !entry->second.IsRunning();
 }
 
 void TimedJobs::Close() {
-    std::vector<Entry> entries;
+    Entries entries;
     const std::lock_guard guard(mutex_);
     entries.swap(entries_);
     NotifyLoop();
-}
-
-// Of the entry, or of the first one behind its place.
-std::size_t TimedJobs::IndexOf(std::int32_t id) const noexcept {
-    const auto found =
-        std::lower_bound(entries_.begin(), entries_.end(), id,
-                         [](const Entry& entry, std::int32_t wanted) { return entry.id < wanted; });
-    return static_cast<std::size_t>(found - entries_.begin());
-}
-
-TimedJobs::Entry* TimedJobs::Find(std::int32_t id) noexcept {
-    const std::size_t index = IndexOf(id);
-    return index != entries_.size() && entries_[index].id == id ? &entries_[index] : nullptr;
 }
 
 bool TimedJobs::Entry::IsRunning() const noexcept {
     return !run.expired() || (ticket.State() != nullptr && !ticket.State()->IsFinished());
 }
 
-void TimedJobs::RunLoop() noexcept {
+void TimedJobs::RunLoop(LoopStart& start) noexcept {
     constexpr std::chrono::milliseconds leastAfterIdlePass(1);
     Nanoseconds least = Nanoseconds::zero();
     Lock lock(mutex_);
+    if (start.isGivenUp)
+        return;
+    start.hasBegun = true;
     while (!entries_.empty()) {
         if (!WaitUntilDue(lock, least))
             continue;
@@ -217,7 +202,7 @@ bool TimedJobs::WaitUntilDue(Lock& lock, Nanoseconds least) noexcept {
 // interval and a job may come late. Hosts have come to rely on the pace that this gives.
 Nanoseconds TimedJobs::TimeToWait(TimePoint now) const noexcept {
     Nanoseconds shortest = Nanoseconds::max();
-    for (const Entry& entry : entries_)
+    for (const auto& [id, entry] : entries_)
         shortest = std::min(shortest, SaturatedSum(entry.interval, now - entry.lastRun));
     return shortest;
 }
@@ -225,31 +210,31 @@ Nanoseconds TimedJobs::TimeToWait(TimePoint now) const noexcept {
 // In the order of registration. Returns whether there were any.
 bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
     bool hasQueued = false;
-    for (std::size_t index = 0; index < entries_.size();) {
-        Entry& entry = entries_[index];
-        if (clock_.Now() - entry.lastRun < entry.interval || entry.IsRunning()) {
-            ++index;
+    for (auto entry = entries_.begin(); entry != entries_.end();) {
+        const Entry& timed = entry->second;
+        if (clock_.Now() - timed.lastRun < timed.interval || timed.IsRunning()) {
+            ++entry;
             continue;
         }
         // The entries may change while the run is queued.
-        const std::int32_t id = entry.id;
-        hasQueued = QueueRun(lock, entry) || hasQueued;
-        index = IndexOf(id + 1);
+        const std::int32_t id = entry->first;
+        hasQueued = QueueRun(lock, *entry) || hasQueued;
+        entry = entries_.upper_bound(id);
     }
     return hasQueued;
 }
 
 // Releases the lock; `due` may be gone afterwards. When the run cannot be queued, because the queue
 // is gone or there is no memory, the job stays due.
-bool TimedJobs::QueueRun(Lock& lock, Entry& due) noexcept {
-    const std::int32_t id = due.id;
+bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due) noexcept {
+    const std::int32_t id = due.first;
     const TimePoint now = clock_.Now();
     std::weak_ptr<Run> queuedRun;
     CJobTicket ticket;
     std::shared_ptr<CJobQueue> queue;
     try {
-        auto run = std::make_shared<Run>(Run{due.registration});
-        due.run = queuedRun = run;
+        auto run = std::make_shared<Run>(Run{due.second.registration});
+        due.second.run = queuedRun = run;
         lock.unlock();
         queue = jobQueue.GetShared();
         Job job([run = std::move(run)] { (*run)(); });
@@ -259,17 +244,15 @@ bool TimedJobs::QueueRun(Lock& lock, Entry& due) noexcept {
         // A queue that found no thread has kept the run all the same, and then it is alive.
     }
     const bool isQueued = ticket.State() != nullptr || !queuedRun.expired();
-    std::shared_ptr<Registration> ended;
+    Entries::node_type ended;
     if (!lock.owns_lock())
         lock.lock();
-    if (Entry* const entry = Find(id)) {
-        entry->ticket = ticket;
+    if (const auto entry = entries_.find(id); entry != entries_.end()) {
+        entry->second.ticket = ticket;
         if (isQueued)
-            entry->lastRun = now;
-        if (isQueued && !entry->repeat) {
-            ended = std::move(entry->registration);
-            entries_.erase(entries_.begin() + (entry - entries_.data()));
-        }
+            entry->second.lastRun = now;
+        if (isQueued && !entry->second.repeat)
+            ended = entries_.extract(entry);
     } else if (queue != nullptr) {
         // Unregistered meanwhile, by somebody who could not know this ticket.
         lock.unlock();
@@ -277,7 +260,7 @@ bool TimedJobs::QueueRun(Lock& lock, Entry& due) noexcept {
         lock.lock();
     }
     lock.unlock();
-    ended.reset();
+    ended = Entries::node_type();
     queue.reset();
     lock.lock();
     return isQueued;

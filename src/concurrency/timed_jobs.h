@@ -9,12 +9,11 @@
 #include "thread/mutex.h"
 
 #include <chrono>
-#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 namespace kq::concurrency {
 
@@ -40,11 +39,15 @@ private:
     using TimePoint = thread::Clock::TimePoint;
     using Nanoseconds = std::chrono::nanoseconds;
     enum class LoopState { None, IsStarting, Runs };
+    /// Guarded by the mutex. The loop and the one who started it settle here whether it counts.
+    struct LoopStart {
+        bool hasBegun = false;
+        bool isGivenUp = false; ///< the pool had no thread for it
+    };
     struct Registration;
     struct Run;
 
     struct Entry {
-        std::int32_t id;
         bool repeat;
         TimePoint lastRun; ///< of the registration, later of the last time that a run was queued
         Nanoseconds interval;
@@ -54,17 +57,17 @@ private:
 
         bool IsRunning() const noexcept;
     };
+    /// By id, which is the order of registration.
+    using Entries = std::map<std::int32_t, Entry>;
 
-    std::size_t IndexOf(std::int32_t id) const noexcept;
-    Entry* Find(std::int32_t id) noexcept;
     void StartLoop(Lock& lock);
     void NotifyLoop() noexcept;
 
-    void RunLoop() noexcept;
+    void RunLoop(LoopStart& start) noexcept;
     bool WaitUntilDue(Lock& lock, Nanoseconds least) noexcept;
     Nanoseconds TimeToWait(TimePoint now) const noexcept;
     bool QueueDueRuns(Lock& lock) noexcept;
-    bool QueueRun(Lock& lock, Entry& due) noexcept;
+    bool QueueRun(Lock& lock, Entries::value_type& due) noexcept;
 
     thread::Clock& clock_;
 
@@ -72,7 +75,7 @@ private:
     thread::condition_variable wakeUp_;
     thread::condition_variable loopStarted_; // or could not be
     std::uint32_t changes_ = 0;              // grows whenever the loop has to look again
-    std::vector<Entry> entries_;             // in the order of registration, and so of their ids
+    Entries entries_;
     LoopState loopState_ = LoopState::None;
     CJobTicket loop_; // the last one
 };
