@@ -1,2 +1,127 @@
 // The one place that knows every service: what attach installs and what detach releases.
+#include <kq/concurrency/job_queue.h>
+#include <kq/concurrency/thread_pool.h>
+#include <kq/library.h>
+#include <kq/thread/thread_names.h>
+#include <kq/win32/message_pump.h>
+
+#include "concurrency/job_queue_impl.h"
+#include "concurrency/pool_thread.h"
+#include "concurrency/serve_ui.h"
+#include "concurrency/term_constants.h"
+#include "concurrency/thread_pool_impl.h"
+#include "concurrency/ui_job_queue_impl.h"
+#include "win32/main_thread.h"
+
 #include <windows.h>
+
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+
+namespace {
+
+constexpr unsigned int blockingFactor = 10;
+
+std::atomic<bool> isStarted{false};
+
+void InstallServices() {
+    using namespace kq::concurrency;
+    kq::thread::threadNameManager = kq::thread::ThreadNameMap::Create();
+    threadPool = std::make_shared<CThreadPool>();
+    uiJobQueue = std::make_shared<CUIJobQueueImpl>();
+    jobQueue = std::make_shared<CJobQueue>(threadPool.GetShared(), blockingFactor);
+}
+
+// In the reverse order. What a singleton gives up is destroyed here, or by the last user.
+void ReleaseServices() {
+    using namespace kq::concurrency;
+    jobQueue.Reset();
+    uiJobQueue.Reset();
+    threadPool.Reset();
+    kq::thread::threadNameManager.Reset();
+}
+
+// A later thread may get the same identifier, but not the name. Threads also end when the services
+// are gone.
+void ForgetThreadName() noexcept {
+    try {
+        if (const auto names = kq::thread::threadNameManager.GetShared())
+            names->ResetCurrentName();
+    } catch (...) {
+        return;
+    }
+}
+
+// Lets every job come to its end while this thread holds the queue and the pool: a job that held
+// the last reference on one of them would have to wait for itself. UI jobs go on running meanwhile.
+void DrainServices() {
+    using namespace kq::concurrency;
+    const std::shared_ptr<CJobQueue> queue = jobQueue.GetShared();
+    const std::shared_ptr<CUIJobQueueImpl> uiQueue = uiJobQueue.GetShared();
+    const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
+    jobQueue.Reset();
+    CJobQueueImpl& lanes = CJobQueueImpl::Of(*queue);
+    if (!lanes.IsIdle())
+        ServeUIDuring([&lanes] { lanes.Drain(); }, *uiQueue);
+    uiQueue->Pump();
+    uiQueue->Close();
+    uiJobQueue.Reset();
+    threadPool.Reset();
+    CThreadPoolImpl::Of(*pool).core->ShutDown();
+}
+
+} // namespace
+
+namespace kq {
+
+void Startup() {
+    if (!win32::IsMainThread())
+        throw std::logic_error("Startup must be called on the main thread!");
+    if (isStarted.exchange(true))
+        return;
+    try {
+        InstallServices();
+    } catch (...) {
+        ReleaseServices();
+        isStarted = false;
+        throw;
+    }
+}
+
+void Shutdown() {
+    if (!isStarted.exchange(false))
+        return;
+    DrainServices();
+    ReleaseServices();
+}
+
+} // namespace kq
+
+BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
+    switch (reason) {
+        case DLL_PROCESS_ATTACH:
+            kq::win32::RecordMainThread();
+            kq::concurrency::ConstructTermConstants();
+            try {
+                kq::Startup();
+            } catch (...) {
+                return FALSE;
+            }
+            return TRUE;
+        case DLL_PROCESS_DETACH:
+            // At process exit the other threads were killed wherever they stood: they may have held
+            // any lock, and what they used may be half changed. The system takes everything back.
+            if (processEnds != nullptr)
+                return TRUE;
+            kq::concurrency::AbandonPoolThreads();
+            if (isStarted.exchange(false))
+                ReleaseServices();
+            return TRUE;
+        case DLL_THREAD_DETACH:
+            ForgetThreadName();
+            return TRUE;
+        default:
+            return TRUE;
+    }
+}

@@ -1,0 +1,129 @@
+// The dispatchers of a lane.
+#include "concurrency/lane_dispatch.h"
+
+#include "concurrency/run_job.h"
+#include "thread/platform.h"
+
+#include <utility>
+
+namespace kq::concurrency {
+
+// The caller has counted it in startingCount_.
+void LaneCore::StartDispatcher() {
+    std::shared_ptr<DispatcherStart> start;
+    try {
+        start = std::make_shared<DispatcherStart>(
+            std::static_pointer_cast<LaneCore>(shared_from_this()));
+        pool_.Start([start] { start->lane->Dispatch(*start); });
+    } catch (...) {
+        const std::lock_guard guard(mutex_);
+        // The pool keeps the loop; another thread of it may have taken it by now.
+        const bool hasBegun = start != nullptr && !start->isCounted;
+        if (hasBegun)
+            return;
+        if (start != nullptr)
+            start->isCounted = false;
+        if (--startingCount_ + activeCount_ == 0)
+            gone_.notify_all();
+        throw;
+    }
+}
+
+void LaneCore::Dispatch(DispatcherStart& start) noexcept {
+    CurrentJobSlot& slot = CurrentJob();
+    Lock lock(mutex_);
+    if (std::exchange(start.isCounted, false))
+        --startingCount_;
+    else if (activeCount_ + startingCount_ >= maxDispatchers_)
+        return; // given up at its start, and others have come since
+    ++activeCount_;
+    while (std::shared_ptr<CQueueJobAdapter> next = NextJob(lock)) {
+        CQueueJobAdapter& job = *next;
+        CJobTicket ticket(std::move(next));
+        job.gate.reset();
+        RunJob(job.job, ticket, slot, this);
+        ticket = CJobTicket();
+        lock.lock();
+    }
+}
+
+// Called with the lock, returns without it. Yields nothing when this dispatcher is to end.
+std::shared_ptr<CQueueJobAdapter> LaneCore::NextJob(Lock& lock) noexcept {
+    ++lookingCount_;
+    PausePlan pause;
+    bool hasLingered = false;
+    for (;;) {
+        const std::uint32_t arrivals = jobs_.Arrivals();
+        if (std::shared_ptr<CQueueJobAdapter> job =
+                jobs_.HasPolled() ? jobs_.Poll(lock) : jobs_.TakeFirstReady()) {
+            --lookingCount_;
+            const Help help = NeededHelp();
+            lock.unlock();
+            TryToGive(help);
+            return job;
+        }
+        if (jobs_.Arrivals() != arrivals)
+            continue;
+        if (lookingCount_ > 1)
+            break;
+        if (jobs_.IsEmpty()) {
+            if (std::exchange(hasLingered, true))
+                break;
+            Linger(lock);
+        } else if (!jobs_.HasPolled()) {
+            Sleep(lock);
+        } else {
+            Pause(lock, pause);
+        }
+    }
+    --lookingCount_;
+    if (--activeCount_ + startingCount_ == 0)
+        gone_.notify_all();
+    lock.unlock();
+    return nullptr;
+}
+
+// Those who feed a queue job by job would otherwise wake a thread for each.
+void LaneCore::Linger(Lock& lock) noexcept {
+    constexpr int spins = 200;
+    const std::uint32_t arrivals = jobs_.Arrivals();
+    lock.unlock();
+    for (int spin = 0; spin != spins; ++spin) {
+        if (jobs_.Arrivals() != arrivals)
+            break;
+        thread::platform::SpinPause();
+    }
+    lock.lock();
+}
+
+// Only tickets are waited for: whoever finishes the last one of a job wakes the sleeper.
+void LaneCore::Sleep(Lock& lock) noexcept {
+    isSleeping_ = true;
+    while (isSleeping_)
+        woken_.wait(lock);
+}
+
+// A pass has changed nothing. Yields a few times, a little longer each time, and then sleeps for a
+// millisecond between passes, or less when something happens that could matter to a condition.
+void LaneCore::Pause(Lock& lock, PausePlan& plan) noexcept {
+    constexpr unsigned int yieldingPasses = 16;
+    constexpr std::uint32_t longestPauseMilliseconds = 1;
+    if (++plan.passes <= yieldingPasses) {
+        lock.unlock();
+        for (unsigned int yields = 0; yields != plan.passes; ++yields)
+            thread::platform::YieldSlice();
+        lock.lock();
+    } else if (!plan.bell) {
+        // What rang before the bell was listened to needs one more pass.
+        plan.bell.emplace();
+        plan.resolution.emplace();
+    } else {
+        isPausing_ = true;
+        lock.unlock();
+        plan.bell->Pause(longestPauseMilliseconds);
+        lock.lock();
+        isPausing_ = false;
+    }
+}
+
+} // namespace kq::concurrency

@@ -1,0 +1,213 @@
+#include "concurrency/thread_pool_core.h"
+
+#include "concurrency/pool_thread.h"
+#include "thread/deadline.h"
+
+#include <iterator>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+namespace kq::concurrency {
+
+namespace {
+
+std::size_t SpareLimit(std::size_t requested) {
+    if (requested != 0)
+        return requested;
+    const unsigned int hardware = std::thread::hardware_concurrency();
+    return hardware != 0 ? hardware : 1;
+}
+
+} // namespace
+
+/// A thread between the call of the factory and its first look for a job. Whoever comes first, the
+/// thread itself or the failure of the factory, takes it off the count, and the other does not.
+class ThreadPoolCore::Newcomer {
+public:
+    explicit Newcomer(std::shared_ptr<ThreadPoolCore> pool) : pool_(std::move(pool)) {
+        ++pool_->comingCount_;
+    }
+
+    ThreadPoolCore& Pool() const noexcept { return *pool_; }
+
+    // Both under the pool's mutex.
+    void Arrive() noexcept {
+        if (std::exchange(isComing_, false))
+            --pool_->comingCount_;
+    }
+
+private:
+    std::shared_ptr<ThreadPoolCore> pool_;
+    bool isComing_ = true;
+};
+
+ThreadPoolCore::ThreadPoolCore(std::size_t maxSpareThreads, std::chrono::duration<int> idleTime,
+                               const ThreadFactory& factory, thread::Clock& clock)
+    : clock_(clock),
+      idleTime_(idleTime),
+      factory_(factory ? factory : ThreadFactory(MakePoolThread)),
+      maxSpareCount_(SpareLimit(maxSpareThreads)) {}
+
+CJobTicket ThreadPoolCore::Start(const Job& job) {
+    // Before the lock is taken: this copies the user's callable.
+    auto entry = std::make_unique<JobEntry>(JobEntry{job, MakePendingTicket()});
+    CJobTicket ticket = entry->ticket;
+
+    std::unique_lock lock(mutex_);
+    while (handOver_ != nullptr) {
+        // A busy thread does not count: its job may be the one that calls here.
+        if (spareCount_ + comingCount_ != 0)
+            jobTaken_.wait(lock);
+        else
+            AddThread(lock);
+    }
+    ++jobCount_;
+    handOver_ = std::move(entry);
+    if (spareCount_ != 0) {
+        lock.unlock();
+        jobAvailable_.notify_one();
+    } else {
+        AddThread(lock);
+    }
+    return ticket;
+}
+
+void ThreadPoolCore::AddThread(std::unique_lock<thread::mutex>& lock) {
+    std::list<HeldThread> made(1);
+    const auto newcomer = std::make_shared<Newcomer>(shared_from_this());
+    ++beingMade_;
+    lock.unlock();
+    std::exception_ptr error;
+    try {
+        made.front().thread = factory_(Job([newcomer] { newcomer->Pool().RunThread(*newcomer); }));
+    } catch (...) {
+        error = std::current_exception();
+    }
+    lock.lock();
+    if (--beingMade_ == 0)
+        settled_.notify_all();
+    if (made.front().thread != nullptr) {
+        threads_.splice(threads_.end(), made);
+        return;
+    }
+    // Those who count on this thread have to look again.
+    newcomer->Arrive();
+    jobTaken_.notify_all();
+    if (error)
+        std::rethrow_exception(error);
+    throw std::runtime_error("Thread could not be created!");
+}
+
+void ThreadPoolCore::RunThread(Newcomer& newcomer) noexcept {
+    CurrentJobSlot& slot = CurrentJob();
+    std::unique_lock lock(mutex_);
+    newcomer.Arrive();
+    while (const std::unique_ptr<JobEntry> entry = WaitForJob(lock)) {
+        lock.unlock();
+        jobTaken_.notify_one();
+        RunJob(entry->job, entry->ticket, slot);
+        entry->ticket = CJobTicket();
+        lock.lock();
+    }
+    lock.unlock();
+    RemoveFinishedThreads();
+}
+
+// Yields nothing when this thread is to end.
+std::unique_ptr<JobEntry> ThreadPoolCore::WaitForJob(std::unique_lock<thread::mutex>& lock) {
+    ++spareCount_;
+    const auto deadline = thread::SaturatedSum(clock_.Now(), idleTime_);
+    bool isSurplus = true;
+    // The slot is looked at before the clock: a job that was handed over in the moment in which the
+    // idle time ended is taken.
+    while (handOver_ == nullptr && maxSpareCount_ != 0) {
+        if (!isSurplus)
+            jobAvailable_.wait(lock);
+        else if (clock_.Now() < deadline)
+            clock_.WaitUntil(jobAvailable_, lock, deadline);
+        else if (spareCount_ <= maxSpareCount_)
+            isSurplus = false;
+        else
+            break;
+    }
+    --spareCount_;
+    return std::move(handOver_);
+}
+
+std::size_t ThreadPoolCore::ThreadCount() const {
+    const std::lock_guard guard(mutex_);
+    return threads_.size();
+}
+
+std::size_t ThreadPoolCore::SpareThreadCount() const {
+    const std::lock_guard guard(mutex_);
+    return spareCount_;
+}
+
+std::size_t ThreadPoolCore::JobCount() const {
+    const std::lock_guard guard(mutex_);
+    return jobCount_;
+}
+
+void ThreadPoolCore::RemoveFinishedThreads() {
+    // Ends after the lock is released, as its destructor is the thread objects' own code.
+    std::list<HeldThread> finished;
+    std::unique_lock lock(mutex_);
+    for (auto held = threads_.begin(); held != threads_.end();) {
+        // One that somebody else is asking is theirs to remove.
+        const bool remove = !held->isAsked && IsFinished(*held, lock);
+        const auto next = std::next(held);
+        if (remove)
+            finished.splice(finished.end(), threads_, held);
+        held = next;
+    }
+}
+
+// Releases the lock while it asks; the mark keeps the element where it is.
+bool ThreadPoolCore::IsFinished(HeldThread& held, std::unique_lock<thread::mutex>& lock) {
+    struct Mark {
+        ThreadPoolCore& pool;
+        HeldThread& held;
+        std::unique_lock<thread::mutex>& lock;
+
+        Mark(ThreadPoolCore& thePool, HeldThread& theHeld, std::unique_lock<thread::mutex>& theLock)
+            : pool(thePool), held(theHeld), lock(theLock) {
+            held.isAsked = true;
+            ++pool.beingAsked_;
+            lock.unlock();
+        }
+        Mark(const Mark&) = delete;
+        Mark& operator=(const Mark&) = delete;
+        ~Mark() {
+            lock.lock();
+            held.isAsked = false;
+            if (--pool.beingAsked_ == 0)
+                pool.settled_.notify_all();
+        }
+    };
+    const Mark mark(*this, held, lock);
+    return held.thread->IsFinished();
+}
+
+void ThreadPoolCore::ShutDown() {
+    std::unique_lock lock(mutex_);
+    maxSpareCount_ = 0;
+    jobAvailable_.notify_all();
+    // Jobs that still run may start others, and these need threads.
+    while (beingMade_ != 0 || beingAsked_ != 0 || !threads_.empty()) {
+        if (beingMade_ != 0 || beingAsked_ != 0) {
+            settled_.wait(lock);
+            continue;
+        }
+        std::list<HeldThread> ending;
+        ending.splice(ending.end(), threads_);
+        lock.unlock();
+        ending.clear();
+        lock.lock();
+    }
+    const std::unique_ptr<JobEntry> neverRun = std::move(handOver_);
+    lock.unlock();
+}
+
+} // namespace kq::concurrency
