@@ -51,7 +51,7 @@ SCENARIO(the_library_is_freed_by_its_last_user) {
 }
 
 SCENARIO(the_library_comes_and_goes_with_work_in_each_life) {
-    for (int round = 0; round != 100; ++round)
+    for (int round = 0; round != 30; ++round)
         LiveWithWork();
     Close();
 }
