@@ -1,8 +1,8 @@
 // The plug-in as a scenario sees it.
 #pragma once
 
-#include <process/module.h>
-#include <process/plugin.h>
+#include "process/module.h"
+#include "process/plugin.h"
 
 inline constexpr wchar_t libraryName[] = L"kq.dll";
 inline constexpr wchar_t pluginName[] = L"process_plugin.dll";

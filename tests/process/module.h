@@ -1,7 +1,7 @@
 // Modules that a scenario loads and frees.
 #pragma once
 
-#include <process/scenario.h>
+#include "process/scenario.h"
 
 #include <windows.h>
 

@@ -1,9 +1,9 @@
 // Plug-ins whose objects with static storage use the library.
-#include <process/flag.h>
-#include <process/loaded_plugin.h>
-#include <process/module.h>
-#include <process/plugin_work.h>
-#include <process/scenario.h>
+#include "process/flag.h"
+#include "process/loaded_plugin.h"
+#include "process/module.h"
+#include "process/plugin_work.h"
+#include "process/scenario.h"
 
 #include <cstdlib>
 

@@ -1,9 +1,9 @@
 // Work for the plug-in.
 #pragma once
 
-#include <process/flag.h>
-#include <process/loaded_plugin.h>
-#include <process/scenario.h>
+#include "process/flag.h"
+#include "process/loaded_plugin.h"
+#include "process/scenario.h"
 
 #include <atomic>
 

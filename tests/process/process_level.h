@@ -1,7 +1,7 @@
 // What a process has of things that leak.
 #pragma once
 
-#include <support/handle_level.h>
+#include "support/handle_level.h"
 
 #include <windows.h>
 

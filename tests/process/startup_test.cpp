@@ -1,10 +1,10 @@
 // Startup() again, and sessions.
 #include <kq/kq.h>
 
-#include <process/busy_pool.h>
-#include <process/process_level.h>
-#include <process/scenario.h>
-#include <process/services.h>
+#include "process/busy_pool.h"
+#include "process/process_level.h"
+#include "process/scenario.h"
+#include "process/services.h"
 
 #include <atomic>
 #include <memory>

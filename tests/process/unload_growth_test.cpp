@@ -1,8 +1,8 @@
 // What the library leaves behind when it comes and goes: nothing.
-#include <process/loaded_plugin.h>
-#include <process/plugin_work.h>
-#include <process/process_level.h>
-#include <process/scenario.h>
+#include "process/loaded_plugin.h"
+#include "process/plugin_work.h"
+#include "process/process_level.h"
+#include "process/scenario.h"
 
 using scenario::Close;
 

@@ -1,9 +1,9 @@
 // The library comes and goes while the process lives on. This program is not linked with it: a
 // plug-in brings it along.
-#include <process/flag.h>
-#include <process/loaded_plugin.h>
-#include <process/plugin_work.h>
-#include <process/scenario.h>
+#include "process/flag.h"
+#include "process/loaded_plugin.h"
+#include "process/plugin_work.h"
+#include "process/scenario.h"
 
 #include <cstddef>
 #include <cstdlib>
