@@ -12,7 +12,7 @@ constexpr std::chrono::milliseconds terminalPeriod{100};
 constexpr std::chrono::seconds plainPeriod{5};
 
 /// Opening a file takes about as long as reading so many bytes more.
-constexpr std::uint64_t costOfOpening = 32 * 1024;
+constexpr std::uint64_t costOfOpening = std::uint64_t{32} * 1024;
 
 double Effort(std::uint64_t files, std::uint64_t bytes) {
     return static_cast<double>(bytes) + static_cast<double>(files) * costOfOpening;
