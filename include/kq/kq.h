@@ -1,11 +1,14 @@
 // Everything that the library offers.
 #pragma once
 
+#include <kq/com/activation_context.h>
+#include <kq/com/com_usage.h>
 #include <kq/concurrency/job.h>
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/job_terms.h>
 #include <kq/concurrency/job_ticket.h>
 #include <kq/concurrency/thread_pool.h>
+#include <kq/concurrency/timed_job_scheduler.h>
 #include <kq/concurrency/ui_job_queue.h>
 #include <kq/converter/hex.h>
 #include <kq/converter/md5.h>
