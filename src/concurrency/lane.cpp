@@ -54,6 +54,11 @@ bool LaneCore::Remove(CQueueJobAdapter& job) {
     return true;
 }
 
+bool LaneCore::IsIdle() const noexcept {
+    const std::lock_guard guard(mutex_);
+    return jobs_.IsEmpty() && activeCount_ + startingCount_ == 0;
+}
+
 void LaneCore::Drain() {
     Lock lock(mutex_);
     for (;;) {

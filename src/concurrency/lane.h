@@ -36,6 +36,9 @@ public:
     CJobTicket Queue(std::shared_ptr<CQueueJobAdapter> job);
     bool Remove(CQueueJobAdapter& job);
 
+    /// Whether nothing is pending and no dispatcher is left.
+    bool IsIdle() const noexcept;
+
     /// Waits until nothing is pending and no dispatcher is left. Jobs for which no thread can be
     /// made end as removed.
     void Drain();
@@ -64,7 +67,7 @@ private:
     CThreadPool& pool_;
     const std::size_t maxDispatchers_;
 
-    thread::mutex mutex_; // guards everything below
+    mutable thread::mutex mutex_; // guards everything below
     thread::condition_variable woken_;
     thread::condition_variable gone_; // no dispatcher is left
 

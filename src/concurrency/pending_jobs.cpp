@@ -126,6 +126,7 @@ std::shared_ptr<CQueueJobAdapter> PendingJobs::TakeOut(CQueueJobAdapter& job) no
             for (TicketClause& clause : job.gate->clauses)
                 clause.Unhook();
             break;
+        case Place::Incoming:
         case Place::Nowhere:
             break;
     }

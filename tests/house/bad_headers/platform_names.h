@@ -1,0 +1,4 @@
+// A header that does not compile after the platform's macros.
+#pragma once
+
+enum class Order { min, near, IN };

@@ -1,0 +1,78 @@
+# cmake -DROOT=<folder> -P layers.cmake: holds the includes below ROOT/include/kq and ROOT/src to
+# the layers. An area is a folder; it includes areas of its own layer and of those above only.
+
+# One line a layer. "root" are the files that stand in no area, except those of the last layer.
+set(layers
+    "root converter type signal thread"
+    "win32 com crypt debug error progress ioc xml"
+    "concurrency"
+    "library.h kq.h")
+# Knows every service, so that nobody else has to.
+set(exempt src/library.cpp)
+
+# layer_of(<result> <path>): the layer of a path below include/kq or src; 0 when it is in none.
+function(layer_of result path)
+    if(path MATCHES "^([^/]+)/")
+        set(name ${CMAKE_MATCH_1})
+    elseif(path MATCHES "^(library|kq)\\.h$")
+        set(name ${path})
+    else()
+        set(name root)
+    endif()
+    set(number 0)
+    set(${result} 0 PARENT_SCOPE)
+    foreach(layer IN LISTS layers)
+        math(EXPR number "${number} + 1")
+        if(" ${layer} " MATCHES " ${name} ")
+            set(${result} ${number} PARENT_SCOPE)
+        endif()
+    endforeach()
+endfunction()
+
+set(violations 0)
+macro(violation text)
+    message("${file}: ${text}")
+    math(EXPR violations "${violations} + 1")
+endmacro()
+
+file(GLOB_RECURSE files RELATIVE ${ROOT} ${ROOT}/include/*.h ${ROOT}/src/*.h ${ROOT}/src/*.cpp)
+list(REMOVE_ITEM files ${exempt})
+if(NOT files)
+    message(FATAL_ERROR "no files below ${ROOT}")
+endif()
+foreach(file IN LISTS files)
+    string(REGEX REPLACE "^(include/kq|src)/" "" path ${file})
+    layer_of(layer ${path})
+    if(layer EQUAL 0)
+        violation("belongs to no area of the layers")
+    endif()
+    file(STRINGS ${ROOT}/${file} includes REGEX "^[ \t]*#[ \t]*include")
+    foreach(include IN LISTS includes)
+        string(REGEX REPLACE ".*include[ \t]*([<\"][^>\"]*[>\"]).*" "\\1" include "${include}")
+        if(include MATCHES "^<kq/(.*)>$")
+            set(included ${CMAKE_MATCH_1})
+            set(place include/kq)
+        elseif(include MATCHES "^\"(.*)\"$")
+            set(included ${CMAKE_MATCH_1})
+            set(place src)
+            if(file MATCHES "^include/")
+                violation("a public header includes ${include}, an internal one")
+            endif()
+        else()
+            if(file MATCHES "^include/" AND include STREQUAL "<windows.h>")
+                violation("a public header includes <windows.h>")
+            endif()
+            continue()
+        endif()
+        layer_of(included_layer ${included})
+        if(NOT EXISTS ${ROOT}/${place}/${included})
+            violation("${include} is not a path below ${place}")
+        elseif(included_layer GREATER layer)
+            violation("layer ${layer} includes ${include} of layer ${included_layer}")
+        endif()
+    endforeach()
+endforeach()
+
+if(violations GREATER 0)
+    message(FATAL_ERROR "${violations} includes break the layers")
+endif()
