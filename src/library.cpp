@@ -56,6 +56,17 @@ void ForgetThreadName() noexcept {
     }
 }
 
+void Drain(kq::concurrency::CJobQueue& queue, kq::concurrency::CUIJobQueueImpl* uiQueue) {
+    using namespace kq::concurrency;
+    CJobQueueImpl& lanes = CJobQueueImpl::Of(queue);
+    if (lanes.IsIdle())
+        return;
+    if (uiQueue != nullptr)
+        ServeUIDuring([&lanes] { lanes.Drain(); }, *uiQueue);
+    else
+        lanes.Drain();
+}
+
 // Lets every job come to its end while this thread holds the queue and the pool: a job that held
 // the last reference on one of them would have to wait for itself. UI jobs go on running meanwhile.
 void DrainServices() {
@@ -65,14 +76,16 @@ void DrainServices() {
     const std::shared_ptr<CUIJobQueueImpl> uiQueue = uiJobQueue.GetShared();
     const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
     jobQueue.Reset();
-    CJobQueueImpl& lanes = CJobQueueImpl::Of(*queue);
-    if (!lanes.IsIdle())
-        ServeUIDuring([&lanes] { lanes.Drain(); }, *uiQueue);
-    uiQueue->Pump();
-    uiQueue->Close();
+    if (queue != nullptr)
+        Drain(*queue, uiQueue.get());
+    if (uiQueue != nullptr) {
+        uiQueue->Pump();
+        uiQueue->Close();
+    }
     uiJobQueue.Reset();
     threadPool.Reset();
-    CThreadPoolImpl::Of(*pool).core->ShutDown();
+    if (pool != nullptr)
+        CThreadPoolImpl::Of(*pool).core->ShutDown();
 }
 
 } // namespace
