@@ -1,18 +1,24 @@
 // The one place that knows every service: what attach installs and what detach releases.
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/thread_pool.h>
+#include <kq/concurrency/timed_job_scheduler.h>
 #include <kq/library.h>
 #include <kq/thread/thread_names.h>
+#include <kq/win32/message_pump.h>
 
 #include "concurrency/job_queue_impl.h"
 #include "concurrency/pool_thread.h"
+#include "concurrency/serve_ui.h"
 #include "concurrency/term_constants.h"
 #include "concurrency/thread_pool_impl.h"
+#include "concurrency/ui_job_queue_impl.h"
+#include "win32/main_thread.h"
 
 #include <windows.h>
 
 #include <atomic>
 #include <memory>
+#include <stdexcept>
 
 namespace {
 
@@ -24,13 +30,17 @@ void InstallServices() {
     using namespace kq::concurrency;
     kq::thread::threadNameManager = kq::thread::ThreadNameMap::Create();
     threadPool = std::make_shared<CThreadPool>();
+    uiJobQueue = std::make_shared<CUIJobQueueImpl>();
     jobQueue = std::make_shared<CJobQueue>(threadPool.GetShared(), blockingFactor);
+    StartupJobScheduler();
 }
 
 // In the reverse order. What a singleton gives up is destroyed here, or by the last user.
 void ReleaseServices() {
     using namespace kq::concurrency;
+    ShutdownJobScheduler();
     jobQueue.Reset();
+    uiJobQueue.Reset();
     threadPool.Reset();
     kq::thread::threadNameManager.Reset();
 }
@@ -46,15 +56,33 @@ void ForgetThreadName() noexcept {
     }
 }
 
-// Lets every job come to its end while this thread holds the queue and the pool: a job that holds
-// the last reference on one of them would have to wait for itself.
+void Drain(kq::concurrency::CJobQueue& queue, kq::concurrency::CUIJobQueueImpl* uiQueue) {
+    using namespace kq::concurrency;
+    CJobQueueImpl& lanes = CJobQueueImpl::Of(queue);
+    if (lanes.IsIdle())
+        return;
+    if (uiQueue != nullptr)
+        ServeUIDuring([&lanes] { lanes.Drain(); }, *uiQueue);
+    else
+        lanes.Drain();
+}
+
+// Lets every job come to its end while this thread holds the queue and the pool: a job that held
+// the last reference on one of them would have to wait for itself. UI jobs go on running meanwhile.
 void DrainServices() {
     using namespace kq::concurrency;
+    ShutdownJobScheduler();
     const std::shared_ptr<CJobQueue> queue = jobQueue.GetShared();
+    const std::shared_ptr<CUIJobQueueImpl> uiQueue = uiJobQueue.GetShared();
     const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
     jobQueue.Reset();
     if (queue != nullptr)
-        CJobQueueImpl::Of(*queue).Drain();
+        Drain(*queue, uiQueue.get());
+    if (uiQueue != nullptr) {
+        uiQueue->Pump();
+        uiQueue->Close();
+    }
+    uiJobQueue.Reset();
     threadPool.Reset();
     if (pool != nullptr)
         CThreadPoolImpl::Of(*pool).core->ShutDown();
@@ -65,6 +93,8 @@ void DrainServices() {
 namespace kq {
 
 void Startup() {
+    if (!win32::IsMainThread())
+        throw std::logic_error("Startup must be called on the main thread!");
     if (isStarted.exchange(true))
         return;
     try {
@@ -88,6 +118,7 @@ void Shutdown() {
 BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
     switch (reason) {
         case DLL_PROCESS_ATTACH:
+            kq::win32::RecordMainThread();
             kq::concurrency::ConstructTermConstants();
             try {
                 kq::Startup();

@@ -1,13 +1,19 @@
 // Everything that the library offers.
 #pragma once
 
+#include <kq/com/activation_context.h>
+#include <kq/com/com_usage.h>
 #include <kq/concurrency/job.h>
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/job_terms.h>
 #include <kq/concurrency/job_ticket.h>
 #include <kq/concurrency/thread_pool.h>
+#include <kq/concurrency/timed_job_scheduler.h>
+#include <kq/concurrency/ui_job_queue.h>
 #include <kq/converter/hex.h>
 #include <kq/converter/md5.h>
+#include <kq/converter/string_cast.h>
+#include <kq/converter/utf8.h>
 #include <kq/expected.h>
 #include <kq/export.h>
 #include <kq/library.h>
@@ -16,4 +22,11 @@
 #include <kq/thread/priority.h>
 #include <kq/thread/spin_mutex.h>
 #include <kq/thread/thread_names.h>
+#include <kq/type/guid.h>
 #include <kq/version.h>
+#include <kq/win32/environment.h>
+#include <kq/win32/message.h>
+#include <kq/win32/message_pump.h>
+#include <kq/win32/module.h>
+#include <kq/win32/path.h>
+#include <kq/win32/types.h>

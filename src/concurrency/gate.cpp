@@ -5,20 +5,23 @@
 namespace kq::concurrency {
 
 StartInfo TicketClause::Advance(const std::shared_ptr<Gate>& gate) noexcept {
+    isHung_ = false;
     for (;;) {
         const StartInfo answer = cursor_.Advance();
         if (answer != StartInfo::Postpone)
             return answer;
         gate_ = gate;
+        isHung_ = true;
         if (cursor_.Current().AddDependent(*this))
             return StartInfo::Postpone;
         // It finished between the two steps.
+        isHung_ = false;
         gate_.reset();
     }
 }
 
 void TicketClause::Unhook() noexcept {
-    if (gate_ != nullptr && cursor_.Current().RemoveDependent(*this))
+    if (isHung_ && cursor_.Current().RemoveDependent(*this))
         gate_.reset();
 }
 
@@ -37,6 +40,20 @@ std::shared_ptr<Gate> Gate::Make(const std::shared_ptr<CJobTermsImpl>& terms) {
     for (TicketCondition& part : parts)
         gate->clauses.emplace_front(std::move(part));
     return gate;
+}
+
+StartInfo Gate::Ask() {
+    if (condition)
+        return condition();
+    StartInfo both = StartInfo::Start;
+    for (TicketClause& clause : clauses) {
+        const StartInfo answer = clause.Ask();
+        if (answer == StartInfo::Drop)
+            return answer;
+        if (answer == StartInfo::Postpone)
+            both = answer;
+    }
+    return both;
 }
 
 } // namespace kq::concurrency

@@ -22,6 +22,9 @@ class TicketClause final : public Dependent {
 public:
     explicit TicketClause(TicketCondition condition) noexcept : cursor_(std::move(condition)) {}
 
+    /// What the condition answers now; hangs on nothing.
+    StartInfo Ask() noexcept { return cursor_.Advance(); }
+
     /// Goes on along the tickets. `Postpone` when it now hangs on one, and keeps `gate` alive until
     /// it is told or unhooked.
     StartInfo Advance(const std::shared_ptr<Gate>& gate) noexcept;
@@ -33,11 +36,14 @@ public:
 
 private:
     TicketCursor cursor_;
-    std::shared_ptr<Gate> gate_; // while it hangs on a job
+    // Under the queue's lock: hung on a job by the last `Advance`. It may be being told by now.
+    bool isHung_ = false;
+    // While it hangs on a job; of the thread that takes it off.
+    std::shared_ptr<Gate> gate_;
 };
 
 /// The queue's side of a gate.
-class GateKeeper {
+class GateKeeper : public std::enable_shared_from_this<GateKeeper> {
 public:
     /// A job that `clause` waited for has finished. Called without any lock.
     virtual void OnTicketFinished(const std::shared_ptr<Gate>& gate, TicketClause& clause,
@@ -56,6 +62,9 @@ class Gate {
 public:
     /// The gate for these terms, null when there is nothing to wait for.
     static std::shared_ptr<Gate> Make(const std::shared_ptr<CJobTermsImpl>& terms);
+
+    /// What the terms answer now. Not once the queue has hung it on tickets.
+    StartInfo Ask();
 
     explicit Gate(std::function<StartInfo()> theCondition) : condition(std::move(theCondition)) {}
 

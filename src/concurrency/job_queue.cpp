@@ -17,6 +17,15 @@ std::shared_ptr<CThreadPool> InstalledOrPrivatePool() {
     return pool != nullptr ? pool : std::make_shared<CThreadPool>();
 }
 
+/// Kept alive while it is used; throws the singleton's error when there is none.
+std::shared_ptr<CUIJobQueueImpl> InstalledUIQueue() {
+    for (;;) {
+        if (std::shared_ptr<CUIJobQueueImpl> queue = uiJobQueue.GetShared())
+            return queue;
+        uiJobQueue.Get();
+    }
+}
+
 } // namespace
 
 CJobQueueImpl::CJobQueueImpl(std::shared_ptr<CThreadPool> pool, unsigned int blockingFactor)
@@ -29,15 +38,14 @@ CJobTicket CJobQueueImpl::Queue(Job&& job, const std::shared_ptr<CJobTermsImpl>&
     if (terms == nullptr)
         return normalQueue_.Queue(std::move(adapter), false);
     if (terms->uiThread)
-        return uiJobQueue->Queue(std::move(adapter), !terms->blocking);
+        return InstalledUIQueue()->Queue(std::move(adapter), !terms->blocking);
     if (terms->blocking)
         return blockingQueue_.Queue(std::move(adapter), false);
     return normalQueue_.Queue(std::move(adapter), false);
 }
 
 bool CJobQueueImpl::Remove(const CJobTicket& ticket) {
-    const std::shared_ptr<CUIJobQueueImpl> ui = uiJobQueue.GetShared();
-    return (ui != nullptr && ui->Remove(ticket)) || normalQueue_.Remove(ticket) ||
+    return InstalledUIQueue()->Remove(ticket) || normalQueue_.Remove(ticket) ||
            blockingQueue_.Remove(ticket);
 }
 

@@ -18,6 +18,9 @@ public:
     CJobTicket Queue(Job&& job, const std::shared_ptr<CJobTermsImpl>& terms);
     bool Remove(const CJobTicket& ticket);
 
+    /// Whether nothing is pending or running.
+    bool IsIdle() const noexcept { return normalQueue_.IsIdle() && blockingQueue_.IsIdle(); }
+
     /// Waits until every job has run or was dropped, those included that running jobs submit.
     void Drain();
 

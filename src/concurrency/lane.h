@@ -4,17 +4,13 @@
 #include <kq/concurrency/thread_pool.h>
 
 #include "concurrency/gate.h"
-#include "concurrency/job_list.h"
+#include "concurrency/pending_jobs.h"
 #include "concurrency/queue_job_adapter.h"
-#include "concurrency/ready_queue.h"
 #include "thread/condition_variable.h"
 #include "thread/mutex.h"
 
-#include <atomic>
 #include <cstddef>
-#include <cstdint>
 #include <memory>
-#include <mutex>
 
 namespace kq::concurrency {
 
@@ -22,10 +18,6 @@ class FinishCascade;
 
 /// What a lane and its dispatchers share. A dispatcher is a loop on a pool thread that looks for a
 /// job, runs it, and looks again; it ends when it finds nothing and is not needed.
-///
-/// Every pending job stands in one of three places. Jobs that may start are in the ready queue.
-/// Jobs that wait on tickets hang on the jobs that they wait for and are moved by whoever finishes
-/// those; nobody looks at them meanwhile. Jobs with an opaque condition are polled.
 ///
 /// Two rules make every startable job start while there is room:
 /// - A dispatcher ends only when another one is looking, or when nothing is pending. So while
@@ -36,13 +28,16 @@ class FinishCascade;
 /// The core is kept alive by its dispatchers and by the jobs that wait on tickets. It does not own
 /// the pool, whose last reference must not be dropped on one of its own threads; the owner of the
 /// lane does, and drains the lane before it lets go.
-class LaneCore final : public GateKeeper, public std::enable_shared_from_this<LaneCore> {
+class LaneCore final : public GateKeeper {
 public:
     LaneCore(CThreadPool& pool, std::size_t maxDispatchers) noexcept
         : pool_(pool), maxDispatchers_(maxDispatchers) {}
 
     CJobTicket Queue(std::shared_ptr<CQueueJobAdapter> job);
     bool Remove(CQueueJobAdapter& job);
+
+    /// Whether nothing is pending and no dispatcher is left.
+    bool IsIdle() const noexcept;
 
     /// Waits until nothing is pending and no dispatcher is left. Jobs for which no thread can be
     /// made end as removed.
@@ -52,18 +47,11 @@ public:
                           FinishCascade& cascade) noexcept override;
 
 private:
-    using Lock = std::unique_lock<thread::mutex>;
+    using Lock = PendingJobs::Lock;
     /// What has to happen, once the lock is released, for somebody to look for work.
     enum class Help { None, WakeSleeper, RingBell, StartDispatcher };
     class DispatcherStart;
-    class PollCursor;
     class PausePlan;
-
-    void Enter(CQueueJobAdapter& job, std::shared_ptr<Gate>& opened,
-               FinishCascade& cascade) noexcept;
-    void MakeReady(CQueueJobAdapter& job) noexcept;
-    std::shared_ptr<CQueueJobAdapter> TakeOut(CQueueJobAdapter& job) noexcept;
-    void DropAll(FinishCascade& cascade) noexcept;
 
     Help NeededHelp() noexcept;
     void Give(Help help);
@@ -72,8 +60,6 @@ private:
 
     void Dispatch(DispatcherStart& start) noexcept;
     std::shared_ptr<CQueueJobAdapter> NextJob(Lock& lock) noexcept;
-    std::shared_ptr<CQueueJobAdapter> TakeFirstReady() noexcept;
-    std::shared_ptr<CQueueJobAdapter> Poll(Lock& lock) noexcept;
     void Linger(Lock& lock) noexcept;
     void Sleep(Lock& lock) noexcept;
     void Pause(Lock& lock, PausePlan& plan) noexcept;
@@ -81,25 +67,17 @@ private:
     CThreadPool& pool_;
     const std::size_t maxDispatchers_;
 
-    thread::mutex mutex_; // guards everything below
+    mutable thread::mutex mutex_; // guards everything below
     thread::condition_variable woken_;
     thread::condition_variable gone_; // no dispatcher is left
 
-    ReadyQueue ready_;
-    JobList polled_;
-    JobList waiting_;
-    PollCursor* cursors_ = nullptr; // of the dispatchers that walk along polled_
-    std::uint64_t nextSequence_ = 0;
-    std::size_t pendingCount_ = 0;
+    PendingJobs jobs_;
 
     std::size_t startingCount_ = 0; // dispatchers whose thread was asked for
     std::size_t activeCount_ = 0;   // dispatchers on a thread
     std::size_t lookingCount_ = 0;  // those of them that run no job
     bool isSleeping_ = false;       // one of these waits for woken_
     bool isPausing_ = false;        // one of these waits for the bell
-    /// Grows with every job that becomes ready or polled; read without the lock by a dispatcher
-    /// that lingers.
-    std::atomic<std::uint32_t> arrivals_{0};
 };
 
 } // namespace kq::concurrency

@@ -1,7 +1,6 @@
 // The dispatchers of a lane.
 #include "concurrency/lane_dispatch.h"
 
-#include "concurrency/finish_cascade.h"
 #include "concurrency/run_job.h"
 #include "thread/platform.h"
 
@@ -13,7 +12,8 @@ namespace kq::concurrency {
 void LaneCore::StartDispatcher() {
     std::shared_ptr<DispatcherStart> start;
     try {
-        start = std::make_shared<DispatcherStart>(shared_from_this());
+        start = std::make_shared<DispatcherStart>(
+            std::static_pointer_cast<LaneCore>(shared_from_this()));
         pool_.Start([start] { start->lane->Dispatch(*start); });
     } catch (...) {
         const std::lock_guard guard(mutex_);
@@ -53,24 +53,24 @@ std::shared_ptr<CQueueJobAdapter> LaneCore::NextJob(Lock& lock) noexcept {
     PausePlan pause;
     bool hasLingered = false;
     for (;;) {
-        const std::uint32_t arrivals = arrivals_.load(std::memory_order_relaxed);
+        const std::uint32_t arrivals = jobs_.Arrivals();
         if (std::shared_ptr<CQueueJobAdapter> job =
-                polled_.IsEmpty() ? TakeFirstReady() : Poll(lock)) {
+                jobs_.HasPolled() ? jobs_.Poll(lock) : jobs_.TakeFirstReady()) {
             --lookingCount_;
             const Help help = NeededHelp();
             lock.unlock();
             TryToGive(help);
             return job;
         }
-        if (arrivals_.load(std::memory_order_relaxed) != arrivals)
+        if (jobs_.Arrivals() != arrivals)
             continue;
         if (lookingCount_ > 1)
             break;
-        if (pendingCount_ == 0) {
+        if (jobs_.IsEmpty()) {
             if (std::exchange(hasLingered, true))
                 break;
             Linger(lock);
-        } else if (polled_.IsEmpty()) {
+        } else if (!jobs_.HasPolled()) {
             Sleep(lock);
         } else {
             Pause(lock, pause);
@@ -83,57 +83,13 @@ std::shared_ptr<CQueueJobAdapter> LaneCore::NextJob(Lock& lock) noexcept {
     return nullptr;
 }
 
-std::shared_ptr<CQueueJobAdapter> LaneCore::TakeFirstReady() noexcept {
-    CQueueJobAdapter* const job = ready_.First();
-    return job != nullptr ? TakeOut(*job) : nullptr;
-}
-
-// One pass over the polled jobs: takes the first job, polled or ready, that may start, and drops
-// every one that never will. The lock is free while a condition is asked.
-std::shared_ptr<CQueueJobAdapter> LaneCore::Poll(Lock& lock) noexcept {
-    std::shared_ptr<CQueueJobAdapter> taken;
-    FinishCascade cascade;
-    {
-        const std::uint64_t end = nextSequence_; // jobs that come meanwhile are for the next pass
-        PollCursor cursor(*this);
-        while (cursor.Next() != nullptr && cursor.Next()->sequence < end) {
-            CQueueJobAdapter& job = *cursor.Next();
-            cursor.StepOver();
-            const CQueueJobAdapter* const ready = ready_.First();
-            if (taken == nullptr && ready != nullptr && ready->sequence < job.sequence)
-                taken = TakeFirstReady();
-
-            std::shared_ptr<Gate> gate = job.gate;
-            lock.unlock();
-            const StartInfo answer = gate->condition();
-            lock.lock();
-            if (gate->job == nullptr) {
-                // Taken out meanwhile, and the condition with it: this may be its last owner.
-                lock.unlock();
-                gate.reset();
-                lock.lock();
-            } else if (answer == StartInfo::Drop) {
-                cascade.Drop(TakeOut(job));
-            } else if (answer == StartInfo::Start && taken == nullptr) {
-                taken = TakeOut(job);
-            }
-        }
-    }
-    if (taken == nullptr)
-        taken = TakeFirstReady();
-    lock.unlock();
-    cascade.Run();
-    lock.lock();
-    return taken;
-}
-
 // Those who feed a queue job by job would otherwise wake a thread for each.
 void LaneCore::Linger(Lock& lock) noexcept {
     constexpr int spins = 200;
-    const std::uint32_t arrivals = arrivals_.load(std::memory_order_relaxed);
+    const std::uint32_t arrivals = jobs_.Arrivals();
     lock.unlock();
     for (int spin = 0; spin != spins; ++spin) {
-        if (arrivals_.load(std::memory_order_relaxed) != arrivals)
+        if (jobs_.Arrivals() != arrivals)
             break;
         thread::platform::SpinPause();
     }

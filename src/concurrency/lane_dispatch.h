@@ -23,40 +23,6 @@ public:
     bool isCounted = true; ///< in the lane's startingCount_
 };
 
-/// A walk along the polled jobs that survives their removal: the lane's lock is free while a
-/// condition is asked. Everything under that lock.
-class LaneCore::PollCursor {
-public:
-    explicit PollCursor(LaneCore& lane) noexcept
-        : next_(lane.polled_.First()), other_(lane.cursors_) {
-        if (other_ != nullptr)
-            other_->link_ = &other_;
-        lane.cursors_ = this;
-        link_ = &lane.cursors_;
-    }
-    ~PollCursor() {
-        *link_ = other_;
-        if (other_ != nullptr)
-            other_->link_ = link_;
-    }
-    PollCursor(const PollCursor&) = delete;
-    PollCursor& operator=(const PollCursor&) = delete;
-
-    PollCursor* Other() const noexcept { return other_; }
-    CQueueJobAdapter* Next() const noexcept { return next_; }
-    void StepOver() noexcept { next_ = next_->next; }
-    /// `job` is about to be unlinked.
-    void Leave(const CQueueJobAdapter& job) noexcept {
-        if (next_ == &job)
-            next_ = job.next;
-    }
-
-private:
-    CQueueJobAdapter* next_;
-    PollCursor* other_;
-    PollCursor** link_ = nullptr;
-};
-
 /// How a dispatcher that polls in vain rests between its passes.
 class LaneCore::PausePlan {
 public:

@@ -19,14 +19,24 @@ class CQueueJobAdapter final : public CJobState {
 public:
     /// Where the job waits.
     enum class Place : std::uint8_t {
-        Nowhere, ///< not in a queue yet, or taken out of it for good
-        Ready,   ///< may start
-        Polled,  ///< its condition has to be asked
-        Waiting, ///< jobs that it waits for will tell
+        Nowhere,  ///< not in a queue yet, or taken out of it for good
+        Incoming, ///< queued, not looked at yet; only in the UI queue
+        Ready,    ///< may start
+        Polled,   ///< its condition has to be asked
+        Waiting,  ///< jobs that it waits for will tell
     };
 
     CQueueJobAdapter(Job&& theJob, std::shared_ptr<Gate> theGate) noexcept
         : CJobState(InAdapter{}), job(std::move(theJob)), gate(std::move(theGate)) {}
+
+    /// The job of `ticket` when it was given to `queue` and is not finished, else null.
+    static CQueueJobAdapter* Find(const CJobTicket& ticket, const void* queue) noexcept {
+        CJobState* const state = ticket.State().get();
+        if (state == nullptr || !state->IsInAdapter() || state->IsFinished())
+            return nullptr;
+        auto* const job = static_cast<CQueueJobAdapter*>(state);
+        return job->queue == queue ? job : nullptr;
+    }
 
     /// Destroys the callable and the terms: the user's code, so never under a lock.
     void Discard() noexcept {

@@ -5,11 +5,8 @@
 namespace kq::concurrency {
 
 bool CThreadJobQueue::Remove(const CJobTicket& ticket) {
-    CJobState* const state = ticket.State().get();
-    if (state == nullptr || !state->IsInAdapter() || state->IsFinished())
-        return false;
-    auto& job = static_cast<CQueueJobAdapter&>(*state);
-    return job.queue == lane_.get() && lane_->Remove(job);
+    CQueueJobAdapter* const job = CQueueJobAdapter::Find(ticket, lane_.get());
+    return job != nullptr && lane_->Remove(*job);
 }
 
 } // namespace kq::concurrency

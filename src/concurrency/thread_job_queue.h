@@ -30,6 +30,9 @@ public:
 
     bool Remove(const CJobTicket& ticket) override;
 
+    /// Whether nothing is pending and no dispatcher is left.
+    bool IsIdle() const noexcept { return lane_->IsIdle(); }
+
     /// Waits until nothing is pending and no dispatcher is left.
     void Drain() { lane_->Drain(); }
 

@@ -43,8 +43,9 @@ private:
 };
 
 ThreadPoolCore::ThreadPoolCore(std::size_t maxSpareThreads, std::chrono::duration<int> idleTime,
-                               const ThreadFactory& factory)
-    : idleTime_(idleTime),
+                               const ThreadFactory& factory, thread::Clock& clock)
+    : clock_(clock),
+      idleTime_(idleTime),
       factory_(factory ? factory : ThreadFactory(MakePoolThread)),
       maxSpareCount_(SpareLimit(maxSpareThreads)) {}
 
@@ -116,15 +117,15 @@ void ThreadPoolCore::RunThread(Newcomer& newcomer) noexcept {
 // Yields nothing when this thread is to end.
 std::unique_ptr<JobEntry> ThreadPoolCore::WaitForJob(std::unique_lock<thread::mutex>& lock) {
     ++spareCount_;
-    const thread::Deadline deadline(idleTime_);
+    const auto deadline = thread::SaturatedSum(clock_.Now(), idleTime_);
     bool isSurplus = true;
     // The slot is looked at before the clock: a job that was handed over in the moment in which the
     // idle time ended is taken.
     while (handOver_ == nullptr && maxSpareCount_ != 0) {
         if (!isSurplus)
             jobAvailable_.wait(lock);
-        else if (!deadline.HasPassed())
-            jobAvailable_.wait_until(lock, deadline);
+        else if (clock_.Now() < deadline)
+            clock_.WaitUntil(jobAvailable_, lock, deadline);
         else if (spareCount_ <= maxSpareCount_)
             isSurplus = false;
         else

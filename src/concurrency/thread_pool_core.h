@@ -4,6 +4,7 @@
 #include <kq/concurrency/thread_pool.h>
 
 #include "concurrency/run_job.h"
+#include "thread/clock.h"
 #include "thread/condition_variable.h"
 #include "thread/mutex.h"
 
@@ -25,7 +26,7 @@ namespace kq::concurrency {
 class ThreadPoolCore : public std::enable_shared_from_this<ThreadPoolCore> {
 public:
     ThreadPoolCore(std::size_t maxSpareThreads, std::chrono::duration<int> idleTime,
-                   const ThreadFactory& factory);
+                   const ThreadFactory& factory, thread::Clock& clock = thread::SteadyClock());
 
     CJobTicket Start(const Job& job);
     std::size_t ThreadCount() const;
@@ -49,6 +50,7 @@ private:
     std::unique_ptr<JobEntry> WaitForJob(std::unique_lock<thread::mutex>& lock);
     bool IsFinished(HeldThread& held, std::unique_lock<thread::mutex>& lock);
 
+    thread::Clock& clock_;
     const std::chrono::duration<int> idleTime_;
     const ThreadFactory factory_;
     std::atomic<std::size_t> maxSpareCount_; // 0 only once shutdown has begun; changed under mutex_

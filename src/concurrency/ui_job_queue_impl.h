@@ -1,19 +1,37 @@
-// The queue of the UI thread.
+// The queue of a UI thread.
 #pragma once
 
 #include <kq/singleton.h>
 
 #include "concurrency/i_job_queue.h"
+#include "concurrency/ui_queue_core.h"
 
 #include <memory>
 
 namespace kq::concurrency {
 
-/// Runs jobs on the thread that made it.
-class CUIJobQueueImpl : public IJobQueue {};
+/// Runs jobs on the thread that made it, from that thread's message loop. To be destroyed there, or
+/// closed there before.
+class CUIJobQueueImpl final : public IJobQueue {
+public:
+    CUIJobQueueImpl() : core_(UIQueueCore::Make()) {}
+    ~CUIJobQueueImpl() override { core_->Close(); }
 
-/// The process-wide one. Empty until the library installs a UI queue: jobs with UI terms are then
-/// refused with the singleton's error.
+    CJobTicket Queue(std::shared_ptr<CQueueJobAdapter> job, bool allowInline) override;
+    bool Remove(const CJobTicket& ticket) override;
+
+    /// Dispatches the messages of the window; never waits. On the UI thread.
+    void Pump();
+
+    /// Ends every job that has not started as removed, now and from now on. On the UI thread.
+    void Close() noexcept { core_->Close(); }
+
+private:
+    const std::shared_ptr<UIQueueCore> core_;
+};
+
+/// The process-wide one, for the main thread. While it is empty, jobs with UI terms and every
+/// withdrawal are refused with the singleton's error.
 extern Singleton<CUIJobQueueImpl, std::shared_ptr> uiJobQueue;
 
 } // namespace kq::concurrency

@@ -1,4 +1,4 @@
-// A point of the steady clock up to which somebody waits.
+// How long somebody waits.
 #pragma once
 
 #include "thread/platform.h"
@@ -8,21 +8,42 @@
 
 namespace kq::thread {
 
-/// Now plus a duration of any size: negative ones have passed already, those beyond the range of
-/// the clock never pass.
+/// `now` plus a duration of any size: negative ones count as 0, those beyond the range of the clock
+/// never pass.
+template <class Rep, class Period>
+std::chrono::steady_clock::time_point SaturatedSum(
+    std::chrono::steady_clock::time_point now,
+    std::chrono::duration<Rep, Period> duration) noexcept {
+    using Seconds = std::chrono::duration<double>;
+    // A century is beyond every wait and far from the limits of the clock's arithmetic.
+    constexpr std::chrono::hours longest(24 * 365 * 100);
+    if (duration <= duration.zero())
+        return now;
+    if (std::chrono::duration_cast<Seconds>(duration) > Seconds(longest))
+        return now + longest;
+    return now + std::chrono::ceil<std::chrono::steady_clock::duration>(duration);
+}
+
+/// A point of the steady clock up to which somebody waits.
 class Deadline {
 public:
+    using TimePoint = std::chrono::steady_clock::time_point;
+
+    explicit Deadline(TimePoint time) noexcept : time_(time) {}
+
+    /// Now plus a duration of any size.
     template <class Rep, class Period>
     explicit Deadline(std::chrono::duration<Rep, Period> duration) noexcept
-        : time_(Clock::now() + Clamped(duration)) {}
+        : time_(SaturatedSum(std::chrono::steady_clock::now(), duration)) {}
 
-    bool HasPassed() const noexcept { return Clock::now() >= time_; }
+    bool HasPassed() const noexcept { return std::chrono::steady_clock::now() >= time_; }
 
     /// Whole milliseconds until the deadline, rounded up, for the platform's waits; capped below
     /// their "infinite", so a waiter loops until `HasPassed()`.
     std::uint32_t RemainingMilliseconds() const noexcept {
         const auto remaining =
-            std::chrono::ceil<std::chrono::milliseconds>(time_ - Clock::now()).count();
+            std::chrono::ceil<std::chrono::milliseconds>(time_ - std::chrono::steady_clock::now())
+                .count();
         if (remaining <= 0)
             return 0;
         constexpr std::int64_t longest = platform::infinite - 1;
@@ -30,20 +51,7 @@ public:
     }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
-    template <class Duration>
-    static Clock::duration Clamped(Duration duration) noexcept {
-        // A century is beyond every wait and far from the limits of the clock's arithmetic.
-        constexpr std::chrono::hours longest(24 * 365 * 100);
-        if (duration <= Duration::zero())
-            return Clock::duration::zero();
-        if (std::chrono::duration_cast<std::chrono::duration<double>>(duration) > longest)
-            return longest;
-        return std::chrono::ceil<Clock::duration>(duration);
-    }
-
-    Clock::time_point time_;
+    TimePoint time_;
 };
 
 } // namespace kq::thread

@@ -1,0 +1,81 @@
+// find_duplicates: finds files with the same content below a folder. See HelpText().
+#include "arguments.h"
+#include "console.h"
+#include "exit_code.h"
+#include "interruption.h"
+#include "path.h"
+#include "progress.h"
+#include "report.h"
+#include "search.h"
+
+#include <kq/library.h>
+
+#include <exception>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace find_duplicates {
+namespace {
+
+int Fail(const std::wstring& message) {
+    Console::Error().Write(L"find_duplicates: " + message + L'\n');
+    return exitFailed;
+}
+
+int FindDuplicates(const Arguments& arguments, const std::wstring& folder) {
+    const Console output = Console::Output();
+    const Console error = Console::Error();
+    const InterruptionWatch watch;
+
+    Findings findings;
+    std::vector<Group> groups;
+    std::wstring listing;
+    Progress progress(error, arguments.quiet);
+    Search(folder, arguments.minSize, progress, findings, [&] {
+        groups = FindGroups(findings.tree, findings.candidates);
+        listing = arguments.tabbed ? TabulateGroups(findings.tree, groups)
+                                   : DescribeGroups(findings.tree, groups);
+    });
+    progress.End();
+
+    output.Write(listing);
+    error.Write(DescribeProblems(findings));
+    if (!arguments.quiet)
+        (arguments.tabbed ? error : output).Write(DescribeSummary(findings, groups));
+    if (findings.interrupted)
+        return exitInterrupted;
+    return IsComplete(findings) ? exitComplete : exitIncomplete;
+}
+
+int Run(const std::vector<std::wstring>& commandLine) {
+    Arguments arguments;
+    std::wstring folder;
+    try {
+        arguments = ParseArguments(commandLine);
+        if (arguments.help) {
+            Console::Output().Write(HelpText());
+            return exitComplete;
+        }
+        folder = ResolveFolder(arguments.folder);
+    } catch (const BadArgument& problem) {
+        return Fail(problem.Message());
+    } catch (const std::system_error& problem) {
+        const auto error = static_cast<unsigned long>(problem.code().value());
+        return Fail(L"cannot read folder (" + ErrorText(error) + L"): " + arguments.folder);
+    }
+    return FindDuplicates(arguments, folder);
+}
+
+} // namespace
+} // namespace find_duplicates
+
+int wmain(int count, wchar_t** arguments) {
+    const kq::Session session;
+    try {
+        return find_duplicates::Run({arguments + 1, arguments + count});
+    } catch (const std::exception& problem) {
+        const std::string text = problem.what();
+        return find_duplicates::Fail(std::wstring(text.begin(), text.end()));
+    }
+}

@@ -1,0 +1,25 @@
+// What the program prints in the end.
+#pragma once
+
+#include "grouping.h"
+#include "search.h"
+
+#include <string>
+#include <vector>
+
+namespace find_duplicates {
+
+/// Every group with its files, for people.
+std::wstring DescribeGroups(const Tree& tree, const std::vector<Group>& groups);
+/// A line with tabs for every name of a file: the number of its group, the number of its copy in
+/// the group (names of the same file share it), size and path.
+std::wstring TabulateGroups(const Tree& tree, const std::vector<Group>& groups);
+
+/// A line for everything that could not be examined.
+std::wstring DescribeProblems(const Findings& findings);
+std::wstring DescribeSummary(const Findings& findings, const std::vector<Group>& groups);
+
+/// Whether everything has been examined, but for an interruption.
+bool IsComplete(const Findings& findings);
+
+} // namespace find_duplicates

@@ -1,0 +1,36 @@
+// The search for duplicates.
+#pragma once
+
+#include "candidate.h"
+#include "progress.h"
+#include "tally.h"
+#include "tree.h"
+
+#include <kq/concurrency/job.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace find_duplicates {
+
+/// What a search has found out.
+struct Findings {
+    Tree tree;
+    std::vector<Candidate> candidates;
+    Tally heads;  ///< what the first look at the candidates has read
+    Tally bodies; ///< what the second look has read
+    bool interrupted = false;
+    std::size_t notCompared = 0; ///< files that an interrupted search has left undecided
+    std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
+};
+
+/// Searches the folder (see `ResolveFolder`) for files of at least `minSize` bytes with equal
+/// content, and runs `report` when `findings` are complete: in a job that depends on those that
+/// read, or, after Ctrl-C, on the calling thread with what was found until then. Throws
+/// `std::bad_alloc`, what `report` throws, and "Thread could not be created!".
+void Search(const std::wstring& folder, std::uint64_t minSize, Progress& progress,
+            Findings& findings, const kq::concurrency::Job& report);
+
+} // namespace find_duplicates

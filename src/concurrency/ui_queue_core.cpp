@@ -1,0 +1,154 @@
+#include "concurrency/ui_queue_core.h"
+
+#include "concurrency/finish_cascade.h"
+#include "concurrency/run_job.h"
+#include "thread/platform.h"
+
+#include <mutex>
+#include <utility>
+
+namespace kq::concurrency {
+
+using Place = CQueueJobAdapter::Place;
+
+std::shared_ptr<UIQueueCore> UIQueueCore::Make() {
+    auto core = std::make_shared<UIQueueCore>();
+    core->window_.emplace(*core);
+    return core;
+}
+
+UIQueueCore::UIQueueCore() : uiThread_(thread::platform::CurrentThreadId()) {}
+
+CJobTicket UIQueueCore::Queue(std::shared_ptr<CQueueJobAdapter> job, bool allowInline) {
+    CJobTicket ticket(job);
+    if (allowInline && MayRunInline(*job)) {
+        job->gate.reset();
+        RunJob(job->job, ticket, CurrentJob());
+        return ticket;
+    }
+    FinishCascade cascade;
+    {
+        const std::lock_guard guard(mutex_);
+        if (isClosed_) {
+            cascade.Drop(std::move(job));
+        } else {
+            CQueueJobAdapter& incoming = *job;
+            incoming.queue = this;
+            incoming.place = Place::Incoming;
+            incoming.self = std::move(job);
+            incoming_.PushBack(incoming);
+            ++incomingCount_;
+            RequestWake();
+        }
+    }
+    cascade.Run();
+    return ticket;
+}
+
+bool UIQueueCore::MayRunInline(CQueueJobAdapter& job) const {
+    return thread::platform::CurrentThreadId() == uiThread_ &&
+           (job.gate == nullptr || job.gate->Ask() == StartInfo::Start);
+}
+
+// At most one message is on its way. One that could not be posted is not reported: the jobs stay,
+// and the next one that is queued tries again.
+void UIQueueCore::RequestWake() noexcept {
+    if (!isWakePosted_)
+        isWakePosted_ = window_ && window_->PostWake();
+}
+
+bool UIQueueCore::Remove(CQueueJobAdapter& job) {
+    FinishCascade cascade;
+    {
+        const std::lock_guard guard(mutex_);
+        if (job.place != Place::Incoming)
+            return false;
+        incoming_.Unlink(job);
+        --incomingCount_;
+        job.place = Place::Nowhere;
+        cascade.Drop(std::move(job.self));
+    }
+    cascade.Run();
+    return true;
+}
+
+void UIQueueCore::OnTicketFinished(const std::shared_ptr<Gate>& gate, TicketClause& clause,
+                                   FinishCascade& cascade) noexcept {
+    std::shared_ptr<Gate> opened;
+    const std::lock_guard guard(mutex_);
+    if (jobs_.OnTicketFinished(gate, clause, opened, cascade) == PendingJobs::Outcome::IsReady)
+        RequestWake();
+}
+
+void UIQueueCore::OnWake() noexcept {
+    const auto keepAlive = shared_from_this();
+    Lock lock(mutex_);
+    // Before anything is taken over: what is queued from now on posts a message of its own.
+    isWakePosted_ = false;
+    ProcessQueue(lock);
+}
+
+void UIQueueCore::OnRetryTimer() noexcept {
+    const auto keepAlive = shared_from_this();
+    Lock lock(mutex_);
+    ProcessQueue(lock);
+}
+
+// A job may run a message loop, and come here again, or close the queue. So every job is taken out
+// before it runs, and nothing of the list is remembered across it.
+void UIQueueCore::ProcessQueue(Lock& lock) noexcept {
+    TakeOver(lock);
+    CurrentJobSlot& slot = CurrentJob();
+    while (std::shared_ptr<CQueueJobAdapter> next =
+               jobs_.HasPolled() ? jobs_.Poll(lock) : jobs_.TakeFirstReady()) {
+        lock.unlock();
+        CQueueJobAdapter& job = *next;
+        CJobTicket ticket(std::move(next));
+        job.gate.reset();
+        RunJob(job.job, ticket, slot);
+        ticket = CJobTicket();
+        lock.lock();
+    }
+    if (isClosed_)
+        return;
+    if (!jobs_.HasPolled())
+        window_->StopRetryTimer();
+    else if (!isWakePosted_)
+        window_->StartRetryTimer();
+}
+
+// The lock is released after each job, to let go of what its terms held. Those that come meanwhile
+// have a message of their own.
+void UIQueueCore::TakeOver(Lock& lock) noexcept {
+    for (std::size_t count = incomingCount_; count != 0 && !incoming_.IsEmpty(); --count) {
+        FinishCascade cascade;
+        std::shared_ptr<Gate> opened;
+        CQueueJobAdapter& job = *incoming_.First();
+        incoming_.Unlink(job);
+        --incomingCount_;
+        jobs_.Enter(std::move(job.self), *this, opened, cascade);
+        lock.unlock();
+        opened.reset();
+        cascade.Run();
+        lock.lock();
+    }
+}
+
+void UIQueueCore::Close() noexcept {
+    FinishCascade cascade;
+    {
+        const std::lock_guard guard(mutex_);
+        isClosed_ = true;
+        while (CQueueJobAdapter* const job = incoming_.First()) {
+            incoming_.Unlink(*job);
+            --incomingCount_;
+            job->place = Place::Nowhere;
+            cascade.Drop(std::move(job->self));
+        }
+        jobs_.DropAll(cascade);
+        window_.reset();
+    }
+    cascade.Run();
+}
+
+} // namespace kq::concurrency

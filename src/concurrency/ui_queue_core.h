@@ -1,0 +1,65 @@
+// What a UI job queue and its window share.
+#pragma once
+
+#include <kq/concurrency/job_ticket.h>
+
+#include "concurrency/gate.h"
+#include "concurrency/job_list.h"
+#include "concurrency/pending_jobs.h"
+#include "concurrency/queue_job_adapter.h"
+#include "concurrency/ui_window.h"
+#include "thread/mutex.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace kq::concurrency {
+
+/// The jobs of a UI job queue. New ones go to the incoming list; the wake message makes the UI
+/// thread take them over and run what may start. Kept alive by whoever uses it, because a job may
+/// destroy the queue that runs it.
+class UIQueueCore final : public GateKeeper, public UIWindowEvents {
+public:
+    /// The calling thread becomes the UI thread.
+    static std::shared_ptr<UIQueueCore> Make();
+
+    UIQueueCore();
+
+    CJobTicket Queue(std::shared_ptr<CQueueJobAdapter> job, bool allowInline);
+    bool Remove(CQueueJobAdapter& job);
+
+    /// Null when there is none. On the UI thread.
+    HWND Window() const noexcept { return window_ ? window_->Handle() : nullptr; }
+
+    /// Removes the window and drops every job; what is queued later is dropped at once. Does
+    /// nothing the second time. On the UI thread.
+    void Close() noexcept;
+
+    void OnTicketFinished(const std::shared_ptr<Gate>& gate, TicketClause& clause,
+                          FinishCascade& cascade) noexcept override;
+
+private:
+    using Lock = PendingJobs::Lock;
+
+    void OnWake() noexcept override;
+    void OnRetryTimer() noexcept override;
+
+    bool MayRunInline(CQueueJobAdapter& job) const;
+    void RequestWake() noexcept;
+    void TakeOver(Lock& lock) noexcept;
+    void ProcessQueue(Lock& lock) noexcept;
+
+    const std::uint32_t uiThread_;
+
+    thread::mutex mutex_; // guards everything below
+    JobList incoming_;
+    std::size_t incomingCount_ = 0;
+    PendingJobs jobs_;
+    bool isWakePosted_ = false; // and not yet handled
+    bool isClosed_ = false;
+    std::optional<UIWindow> window_; // changed only on the UI thread
+};
+
+} // namespace kq::concurrency

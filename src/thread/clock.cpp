@@ -1,0 +1,25 @@
+#include "thread/clock.h"
+
+#include "thread/deadline.h"
+
+namespace kq::thread {
+
+namespace {
+
+class PlatformClock final : public Clock {
+public:
+    TimePoint Now() const noexcept override { return std::chrono::steady_clock::now(); }
+
+    void WaitUntil(condition_variable& variable, std::unique_lock<mutex>& lock,
+                   TimePoint deadline) noexcept override {
+        variable.wait_until(lock, Deadline(deadline));
+    }
+};
+
+PlatformClock clock;
+
+} // namespace
+
+Clock& SteadyClock() noexcept { return clock; }
+
+} // namespace kq::thread

@@ -1,0 +1,28 @@
+#include <kq/win32/message_pump.h>
+
+#include <windows.h>
+
+#include <optional>
+
+namespace kq::win32 {
+
+void PumpMessageQueue(HWND__* window) {
+    std::optional<int> quit;
+    MSG message;
+    while (PeekMessageW(&message, window, 0, 0, PM_REMOVE) != FALSE) {
+        // It belongs to the loop that this call interrupts; posting it at once would yield it again
+        // here.
+        if (message.message == WM_QUIT) {
+            quit = static_cast<int>(message.wParam);
+            continue;
+        }
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    if (quit)
+        PostQuitMessage(*quit);
+}
+
+void PumpMessageQueue() { PumpMessageQueue(nullptr); }
+
+} // namespace kq::win32

@@ -1,0 +1,60 @@
+// press_ctrl_c TEXT PROGRAM [ARGUMENTS]: runs a program and presses Ctrl-C for it as soon as TEXT
+// has appeared on its error output. Passes that output on and ends with the program's exit code.
+//
+// Ctrl-C goes to all programs on a console, and only from one of them. So the program gets an
+// invisible console of its own, and we join it for that one moment.
+#include "child_process.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+void PressCtrlC(unsigned long process) {
+    FreeConsole();
+    if (!AttachConsole(process))
+        FailHere("cannot join the program's console");
+    SetConsoleCtrlHandler(nullptr, TRUE); // this process ignores it
+    if (!GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0))
+        FailHere("cannot send Ctrl-C");
+    // A console lives as long as anybody uses it, and it may hold the other end of our pipe.
+    FreeConsole();
+}
+
+} // namespace
+
+int wmain(int count, wchar_t** arguments) {
+    if (count < 3)
+        FailHere("a text and a program are needed");
+    const std::wstring wideText = arguments[1];
+    const std::string text(wideText.begin(), wideText.end());
+
+    HANDLE readEnd = nullptr;
+    HANDLE writeEnd = nullptr;
+    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+    if (!CreatePipe(&readEnd, &writeEnd, &inheritable, 0) ||
+        !SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0))
+        FailHere("cannot make a pipe");
+    unsigned long id = 0;
+    void* const process =
+        StartProcess({arguments + 2, arguments + count}, writeEnd, CREATE_NO_WINDOW, id);
+    CloseHandle(writeEnd);
+
+    std::string output;
+    bool pressed = false;
+    char buffer[512];
+    DWORD length = 0;
+    while (ReadFile(readEnd, buffer, sizeof buffer, &length, nullptr) && length > 0) {
+        std::fwrite(buffer, 1, length, stderr);
+        output.append(buffer, length);
+        if (!pressed && output.find(text) != std::string::npos) {
+            pressed = true;
+            PressCtrlC(id);
+        }
+    }
+    if (!pressed)
+        FailHere("the text did not appear");
+    return EndOfProcess(process);
+}
