@@ -3,6 +3,7 @@
 #include <kq/concurrency/thread_pool.h>
 #include <kq/concurrency/timed_job_scheduler.h>
 #include <kq/library.h>
+#include <kq/thread/memory_reserver.h>
 #include <kq/thread/thread_names.h>
 #include <kq/win32/message_pump.h>
 
@@ -111,6 +112,7 @@ void Shutdown() {
         return;
     DrainServices();
     ReleaseServices();
+    memoryReserver.Reset();
 }
 
 } // namespace kq
@@ -134,6 +136,8 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             kq::concurrency::AbandonPoolThreads();
             if (isStarted.exchange(false))
                 ReleaseServices();
+            // The host may have installed one at any time.
+            kq::memoryReserver.Reset();
             return TRUE;
         case DLL_THREAD_DETACH:
             ForgetThreadName();

@@ -3,7 +3,7 @@
 
 #include <kq/concurrency/job_queue.h>
 
-#include <process/flag.h>
+#include "process/flag.h"
 
 #include <windows.h>
 

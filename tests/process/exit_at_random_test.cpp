@@ -1,8 +1,8 @@
 // The process ends in the middle of everything.
 #include <kq/kq.h>
 
-#include <process/flag.h>
-#include <process/scenario.h>
+#include "process/flag.h"
+#include "process/scenario.h"
 
 #include <atomic>
 #include <chrono>
@@ -79,7 +79,7 @@ void RunInto(void (*end)()) {
     const auto finished = std::make_shared<std::atomic<int>>(0);
     for (int user = 0; user != 4; ++user)
         std::thread(UseEverything, static_cast<unsigned int>(random()), finished).detach();
-    const int enough = 1 + Below(random, 2'000);
+    const int enough = 1 + Below(random, 500);
     while (*finished < enough)
         SwitchToThread();
     Close();

@@ -1,9 +1,9 @@
 // The process is ended by a call, on whichever thread, while jobs run.
 #include <kq/kq.h>
 
-#include <process/busy_pool.h>
-#include <process/flag.h>
-#include <process/scenario.h>
+#include "process/busy_pool.h"
+#include "process/flag.h"
+#include "process/scenario.h"
 
 #include <cstdlib>
 #include <memory>

@@ -1,10 +1,10 @@
 // Objects of the host with static storage, which end after main has returned.
 #include <kq/kq.h>
 
-#include <process/busy_pool.h>
-#include <process/flag.h>
-#include <process/scenario.h>
-#include <process/services.h>
+#include "process/busy_pool.h"
+#include "process/flag.h"
+#include "process/scenario.h"
+#include "process/services.h"
 
 #include <atomic>
 #include <memory>

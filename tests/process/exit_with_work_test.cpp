@@ -1,9 +1,9 @@
 // Main returns, whatever is queued or running.
 #include <kq/kq.h>
 
-#include <process/busy_pool.h>
-#include <process/flag.h>
-#include <process/scenario.h>
+#include "process/busy_pool.h"
+#include "process/flag.h"
+#include "process/scenario.h"
 
 #include <atomic>
 #include <memory>

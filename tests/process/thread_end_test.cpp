@@ -1,9 +1,9 @@
 // Threads of the host that end, and their names.
 #include <kq/kq.h>
 
-#include <process/flag.h>
-#include <process/scenario.h>
-#include <process/services.h>
+#include "process/flag.h"
+#include "process/scenario.h"
+#include "process/services.h"
 
 #include <chrono>
 #include <memory>

@@ -1,0 +1,76 @@
+// Hand-shakes between the threads of a test.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdio>
+#include <exception>
+#include <mutex>
+#include <thread>
+
+namespace kq_test {
+
+/// Far beyond what any step of a test takes, so that only a hang reaches it.
+inline constexpr std::chrono::seconds handShakeLimit(30);
+
+/// Ends the program: a test that has stopped moving cannot be cleaned up, because its threads still
+/// use what it owns.
+[[noreturn]] inline void FailHandShake(const char* what) {
+    std::fprintf(stderr, "kq tests: nothing happened for %d s: %s\n",
+                 static_cast<int>(handShakeLimit.count()), what);
+    std::fflush(stderr);
+    std::terminate();
+}
+
+/// A number that threads raise and other threads wait for.
+class Counter {
+public:
+    void Add(std::size_t count = 1) {
+        const std::lock_guard guard(mutex_);
+        value_ += count;
+        changed_.notify_all();
+    }
+
+    std::size_t Value() const {
+        const std::lock_guard guard(mutex_);
+        return value_;
+    }
+
+    /// Waits until the number is at least `value`.
+    void WaitFor(std::size_t value, const char* what = "a counter") const {
+        std::unique_lock lock(mutex_);
+        if (!changed_.wait_for(lock, handShakeLimit, [&] { return value_ >= value; }))
+            FailHandShake(what);
+    }
+
+private:
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    std::size_t value_ = 0;
+};
+
+/// Something that happens once.
+class Event {
+public:
+    void Set() { counter_.Add(); }
+    bool IsSet() const { return counter_.Value() != 0; }
+    void Wait(const char* what = "an event") const { counter_.WaitFor(1, what); }
+
+private:
+    Counter counter_;
+};
+
+/// Runs `step` on a thread of its own and ends the program when it does not return in time.
+template <class Step>
+void ReturnsInTime(const char* what, Step step) {
+    Event returned;
+    std::thread runner([&] {
+        step();
+        returned.Set();
+    });
+    returned.Wait(what);
+    runner.join();
+}
+
+} // namespace kq_test
