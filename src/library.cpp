@@ -1,7 +1,9 @@
 // The one place that knows every service: what attach installs and what detach releases.
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/thread_pool.h>
+#include <kq/concurrency/timed_job_scheduler.h>
 #include <kq/library.h>
+#include <kq/thread/memory_reserver.h>
 #include <kq/thread/thread_names.h>
 #include <kq/win32/message_pump.h>
 
@@ -11,6 +13,7 @@
 #include "concurrency/term_constants.h"
 #include "concurrency/thread_pool_impl.h"
 #include "concurrency/ui_job_queue_impl.h"
+#include "thread/platform.h"
 #include "win32/main_thread.h"
 
 #include <windows.h>
@@ -31,11 +34,13 @@ void InstallServices() {
     threadPool = std::make_shared<CThreadPool>();
     uiJobQueue = std::make_shared<CUIJobQueueImpl>();
     jobQueue = std::make_shared<CJobQueue>(threadPool.GetShared(), blockingFactor);
+    StartupJobScheduler();
 }
 
 // In the reverse order. What a singleton gives up is destroyed here, or by the last user.
 void ReleaseServices() {
     using namespace kq::concurrency;
+    ShutdownJobScheduler();
     jobQueue.Reset();
     uiJobQueue.Reset();
     threadPool.Reset();
@@ -53,22 +58,36 @@ void ForgetThreadName() noexcept {
     }
 }
 
+void Drain(kq::concurrency::CJobQueue& queue, kq::concurrency::CUIJobQueueImpl* uiQueue) {
+    using namespace kq::concurrency;
+    CJobQueueImpl& lanes = CJobQueueImpl::Of(queue);
+    if (lanes.IsIdle())
+        return;
+    if (uiQueue != nullptr)
+        ServeUIDuring([&lanes] { lanes.Drain(); }, *uiQueue);
+    else
+        lanes.Drain();
+}
+
 // Lets every job come to its end while this thread holds the queue and the pool: a job that held
 // the last reference on one of them would have to wait for itself. UI jobs go on running meanwhile.
 void DrainServices() {
     using namespace kq::concurrency;
+    ShutdownJobScheduler();
     const std::shared_ptr<CJobQueue> queue = jobQueue.GetShared();
     const std::shared_ptr<CUIJobQueueImpl> uiQueue = uiJobQueue.GetShared();
     const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
     jobQueue.Reset();
-    CJobQueueImpl& lanes = CJobQueueImpl::Of(*queue);
-    if (!lanes.IsIdle())
-        ServeUIDuring([&lanes] { lanes.Drain(); }, *uiQueue);
-    uiQueue->Pump();
-    uiQueue->Close();
+    if (queue != nullptr)
+        Drain(*queue, uiQueue.get());
+    if (uiQueue != nullptr) {
+        uiQueue->Pump();
+        uiQueue->Close();
+    }
     uiJobQueue.Reset();
     threadPool.Reset();
-    CThreadPoolImpl::Of(*pool).core->ShutDown();
+    if (pool != nullptr)
+        CThreadPoolImpl::Of(*pool).core->ShutDown();
 }
 
 } // namespace
@@ -90,10 +109,14 @@ void Startup() {
 }
 
 void Shutdown() {
+    // Called by the destructor of a DLL's object, for one.
+    if (thread::platform::ProcessIsEnding())
+        return;
     if (!isStarted.exchange(false))
         return;
     DrainServices();
     ReleaseServices();
+    memoryReserver.Reset();
 }
 
 } // namespace kq
@@ -117,6 +140,8 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             kq::concurrency::AbandonPoolThreads();
             if (isStarted.exchange(false))
                 ReleaseServices();
+            // The host may have installed one at any time.
+            kq::memoryReserver.Reset();
             return TRUE;
         case DLL_THREAD_DETACH:
             ForgetThreadName();

@@ -16,7 +16,7 @@ namespace {
 
 void WriteToTerminal(HANDLE terminal, std::wstring_view text) {
     // Older consoles refuse texts of more than 64 KiB.
-    constexpr std::size_t most = 16 * 1024;
+    constexpr std::size_t most = 16'384;
     while (!text.empty()) {
         DWORD written = 0;
         const auto count = static_cast<DWORD>(std::min(text.size(), most));
@@ -53,7 +53,7 @@ Console Console::Error() { return Console(GetStdHandle(STD_ERROR_HANDLE)); }
 
 Console::Console(void* handle) : handle_(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {
     DWORD mode = 0;
-    isTerminal_ = handle_ != nullptr && GetConsoleMode(handle_, &mode);
+    isTerminal_ = handle_ != nullptr && GetConsoleMode(handle_, &mode) != 0;
 }
 
 std::size_t Console::Width() const {

@@ -67,9 +67,9 @@ std::wstring ResolveFolder(const std::wstring& name) {
     std::wstring path = WithPrefix(FilledBy([&](wchar_t* buffer, DWORD size) {
         return GetFullPathNameW(name.c_str(), size, buffer, nullptr);
     }));
-    const HANDLE handle = CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    HANDLE handle = CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
+                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
         ThrowFolderError(GetLastError());
     const std::unique_ptr<void, decltype(&CloseHandle)> closer(handle, &CloseHandle);

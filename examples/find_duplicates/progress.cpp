@@ -12,7 +12,7 @@ constexpr std::chrono::milliseconds terminalPeriod{100};
 constexpr std::chrono::seconds plainPeriod{5};
 
 /// Opening a file takes about as long as reading so many bytes more.
-constexpr std::uint64_t costOfOpening = 32 * 1024;
+constexpr std::uint64_t costOfOpening = std::uint64_t{32} * 1024;
 
 double Effort(std::uint64_t files, std::uint64_t bytes) {
     return static_cast<double>(bytes) + static_cast<double>(files) * costOfOpening;
@@ -62,16 +62,16 @@ std::wstring Progress::Describe(std::uint64_t files, std::uint64_t bytes) const 
         return title_ + L": " + FormatCount(files, L"file") + L", " + FormatSize(bytes);
 
     const double seconds = std::chrono::duration<double>(Clock::now() - begin_).count();
-    const double rate = static_cast<double>(bytes) / seconds;
-    std::wstring line = title_ + L": " + FormatCount(files) + L" of " +
-                        FormatCount(allFiles_, L"file") + L", " + FormatSize(bytes) + L" of " +
-                        FormatSize(allBytes_) + L", " +
-                        FormatSize(static_cast<std::uint64_t>(rate)) + L"/s";
     const double done = Effort(files, bytes);
-    const double left = Effort(allFiles_, allBytes_) - done;
-    if (done > 0 && left >= 0)
-        line +=
-            L", " + FormatDuration(static_cast<std::uint64_t>(seconds * left / done)) + L" left";
+    const double all = Effort(allFiles_, allBytes_);
+    const double share = all > 0 ? std::min(done / all, 1.0) : 1.0;
+    std::wstring line =
+        title_ + L": " + std::to_wstring(static_cast<int>(100 * share)) + L"%, " +
+        FormatCount(files, L"file") + L", " + FormatSize(bytes) + L", " +
+        FormatSize(static_cast<std::uint64_t>(static_cast<double>(bytes) / seconds)) + L"/s";
+    if (share > 0)
+        line += L", " + FormatDuration(static_cast<std::uint64_t>(seconds * (1 - share) / share)) +
+                L" left";
     return line;
 }
 

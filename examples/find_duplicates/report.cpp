@@ -19,14 +19,23 @@ std::uint64_t Count(const Findings& findings, State state) {
     return static_cast<std::uint64_t>(count);
 }
 
-/// The line of the summary that says what the search has gone through.
+/// The line of the summary that says what the search has gone through. A link that the system lists
+/// as a file (see `LedElsewhere`) counts as a link if there was a reason to open it.
 std::wstring DescribeTree(const Findings& findings) {
     const Tree& tree = findings.tree;
-    const std::uint64_t linkedFiles = Count(findings, State::Link);
-    std::wstring text = FormatCount(tree.files.size() - linkedFiles, L"file") + L" in " +
-                        FormatCount(tree.folders.size(), L"folder") + L", " +
-                        FormatSize(tree.bytes) + L"; " + FormatCount(tree.empty) + L" empty";
-    const std::uint64_t links = tree.links + linkedFiles;
+    std::uint64_t links = tree.links;
+    std::uint64_t files = tree.files.size();
+    std::uint64_t bytes = tree.bytes;
+    for (const Candidate& candidate : findings.candidates) {
+        if (candidate.state != State::Link)
+            continue;
+        ++links;
+        --files;
+        bytes -= tree.files[candidate.file].size;
+    }
+    std::wstring text = FormatCount(files, L"file") + L" in " +
+                        FormatCount(tree.folders.size(), L"folder") + L", " + FormatSize(bytes) +
+                        L"; " + FormatCount(tree.empty) + L" empty";
     if (links > 0)
         text += L"; " + FormatCount(links, L"link") + L" not followed";
     if (tree.offline > 0)

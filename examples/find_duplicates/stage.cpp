@@ -11,7 +11,7 @@ using namespace kq::concurrency;
 /// need as many jobs, and few enough that the work spreads over the threads...
 constexpr std::size_t filesPerJob = 32;
 /// ... but no further file once it has so many bytes to read.
-constexpr std::uint64_t bytesPerJob = 4 * 1024 * 1024;
+constexpr std::uint64_t bytesPerJob = std::uint64_t{4} * 1024 * 1024;
 
 std::size_t EndOfBatch(const std::vector<Candidate*>& files, std::size_t begin) {
     std::uint64_t bytes = 0;

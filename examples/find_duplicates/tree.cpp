@@ -47,7 +47,7 @@ void Add(const WIN32_FIND_DATAW& entry, std::uint32_t folder, Tree& tree) {
 
 void List(std::uint32_t folder, Tree& tree) {
     WIN32_FIND_DATAW entry{};
-    const HANDLE found =
+    HANDLE found =
         FindFirstFileExW((tree.folders[folder] + L"\\*").c_str(), FindExInfoBasic, &entry,
                          FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
     if (found == INVALID_HANDLE_VALUE) {
@@ -59,7 +59,7 @@ void List(std::uint32_t folder, Tree& tree) {
     const std::unique_ptr<void, decltype(&FindClose)> closer(found, &FindClose);
     do
         Add(entry, folder, tree);
-    while (FindNextFileW(found, &entry));
+    while (FindNextFileW(found, &entry) != 0);
     const DWORD error = GetLastError();
     if (error != ERROR_NO_MORE_FILES)
         tree.unreadableFolders.push_back({tree.folders[folder], error});

@@ -8,6 +8,7 @@
 #include <kq/concurrency/job_terms.h>
 #include <kq/concurrency/job_ticket.h>
 #include <kq/concurrency/thread_pool.h>
+#include <kq/concurrency/timed_job_scheduler.h>
 #include <kq/concurrency/ui_job_queue.h>
 #include <kq/converter/hex.h>
 #include <kq/converter/md5.h>
@@ -18,6 +19,8 @@
 #include <kq/library.h>
 #include <kq/shared_ref.h>
 #include <kq/singleton.h>
+#include <kq/thread/memory_reserver.h>
+#include <kq/thread/precise_sleeper.h>
 #include <kq/thread/priority.h>
 #include <kq/thread/spin_mutex.h>
 #include <kq/thread/thread_names.h>

@@ -12,13 +12,14 @@ namespace kq {
 KQ_API void Startup();
 
 /// Releases the process-wide services in order: every job that was queued before has run, or was
-/// dropped by its terms, when this returns, and every thread of the library has ended. UI jobs go on
-/// running while it waits; those that cannot start in the end are removed. A job that runs meanwhile
-/// finds `jobQueue` empty. Does nothing the second time.
+/// dropped by its terms, when this returns, and every thread of the library has ended. UI jobs go
+/// on running while it waits; those that cannot start in the end are removed. A job that runs
+/// meanwhile finds `jobQueue` empty. Does nothing the second time.
 ///
 /// Call it on the UI thread, before the program or the last user of the library ends, and outside
 /// any callback of the loader (`DllMain`). A process may also end without it: whatever is queued or
-/// running then is given up, without waiting.
+/// running then is given up, without waiting. Called while the process is ending (by the destructor
+/// of a DLL's object with static storage, for one), it does nothing.
 KQ_API void Shutdown();
 
 /// `Startup()` and `Shutdown()` as a scope, for the top of `main`.

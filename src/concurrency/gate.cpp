@@ -5,20 +5,23 @@
 namespace kq::concurrency {
 
 StartInfo TicketClause::Advance(const std::shared_ptr<Gate>& gate) noexcept {
+    isHung_ = false;
     for (;;) {
         const StartInfo answer = cursor_.Advance();
         if (answer != StartInfo::Postpone)
             return answer;
         gate_ = gate;
+        isHung_ = true;
         if (cursor_.Current().AddDependent(*this))
             return StartInfo::Postpone;
         // It finished between the two steps.
+        isHung_ = false;
         gate_.reset();
     }
 }
 
 void TicketClause::Unhook() noexcept {
-    if (gate_ != nullptr && cursor_.Current().RemoveDependent(*this))
+    if (isHung_ && cursor_.Current().RemoveDependent(*this))
         gate_.reset();
 }
 

@@ -36,7 +36,10 @@ public:
 
 private:
     TicketCursor cursor_;
-    std::shared_ptr<Gate> gate_; // while it hangs on a job
+    // Under the queue's lock: hung on a job by the last `Advance`. It may be being told by now.
+    bool isHung_ = false;
+    // While it hangs on a job; of the thread that takes it off.
+    std::shared_ptr<Gate> gate_;
 };
 
 /// The queue's side of a gate.

@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <cstdio>
-#include <cstdlib>
 
 namespace {
 
@@ -46,5 +45,5 @@ int EndOfProcess(void* process) {
 
 void FailHere(const char* message) {
     std::fprintf(stderr, "test helper: %s (error %lu)\n", message, GetLastError());
-    std::exit(96);
+    ExitProcess(96);
 }

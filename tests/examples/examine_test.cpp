@@ -27,7 +27,7 @@ protected:
 
     /// Changes the file at `offset`; its length stays as it is unless the bytes reach beyond it.
     void Write(std::uint64_t offset, const std::string& bytes) {
-        const HANDLE file = Open(OPEN_ALWAYS);
+        HANDLE file = Open(OPEN_ALWAYS);
         Seek(file, offset);
         DWORD written = 0;
         EXPECT_TRUE(
@@ -36,7 +36,7 @@ protected:
     }
 
     void Truncate(std::uint64_t length) {
-        const HANDLE file = Open(OPEN_EXISTING);
+        HANDLE file = Open(OPEN_EXISTING);
         Seek(file, length);
         EXPECT_TRUE(SetEndOfFile(file));
         CloseHandle(file);
@@ -44,7 +44,7 @@ protected:
 
     /// Writes what is there already, at a later time.
     void Touch() {
-        const HANDLE file = Open(OPEN_EXISTING);
+        HANDLE file = Open(OPEN_EXISTING);
         FILETIME time{};
         EXPECT_TRUE(GetFileTime(file, nullptr, nullptr, &time));
         time.dwHighDateTime += 1;

@@ -7,9 +7,7 @@ mkdir tree
 printf same >tree/a
 printf same >tree/b
 # More than may be read at once, so that most of their jobs are still in the queue.
-for ((i = 0; i < 1000; ++i)); do
-    truncate -s 1T "tree/huge$i"
-done
+truncate -s 1T tree/huge{1..1000}
 tree=$(windows_path "$folder/tree")
 
 run press_ctrl_c 'Comparing content: 1,000 files' "$(windows_path "$KQ_BIN/find_duplicates.exe")" "$tree"

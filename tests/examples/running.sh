@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the scripts here: makes a new folder $folder for the test, and runs Windows programs of
 # the build in it.
 set -euo pipefail

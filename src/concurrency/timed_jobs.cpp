@@ -1,0 +1,269 @@
+#include "concurrency/timed_jobs.h"
+
+#include <kq/concurrency/job_queue.h>
+#include <kq/concurrency/thread_pool.h>
+
+#include "concurrency/job_state.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace kq::concurrency {
+
+namespace {
+
+/// The ids of all schedulers of the process.
+std::atomic<std::int32_t> lastId{0};
+
+using Nanoseconds = std::chrono::nanoseconds;
+
+/// Negative intervals are 0, those beyond the range the largest.
+Nanoseconds Saturated(std::chrono::milliseconds interval) noexcept {
+    if (interval <= interval.zero())
+        return Nanoseconds::zero();
+    constexpr auto largest =
+        std::chrono::duration_cast<std::chrono::milliseconds>(Nanoseconds::max());
+    return interval > largest ? Nanoseconds::max() : Nanoseconds(interval);
+}
+
+/// Neither is negative.
+Nanoseconds SaturatedSum(Nanoseconds left, Nanoseconds right) noexcept {
+    return left > Nanoseconds::max() - right ? Nanoseconds::max() : left + right;
+}
+
+// Without a UI queue the job queue refuses; the run is cancelled in any case.
+void Withdraw(CJobQueue& queue, const CJobTicket& ticket) noexcept {
+    try {
+        queue.Remove(ticket);
+    } catch (...) {
+        return;
+    }
+}
+
+} // namespace
+
+struct TimedJobs::Registration {
+    std::int32_t id;
+    std::function<void(const TimedJobTicket&)> callback;
+    std::atomic<bool> isCancelled{false};
+};
+
+/// One run, alive as long as its job has not ended.
+struct TimedJobs::Run {
+    std::shared_ptr<Registration> registration;
+
+    void operator()() const {
+        if (!registration->isCancelled)
+            registration->callback(
+                std::make_shared<TimedJobState>(TimedJobState{registration->id, false}));
+    }
+};
+
+TimedJobTicket TimedJobs::Register(std::function<void(const TimedJobTicket&)> job,
+                                   std::chrono::milliseconds interval, bool repeat) {
+    auto registration = std::make_shared<Registration>();
+    registration->callback = std::move(job);
+    auto ticket = std::make_shared<TimedJobState>(TimedJobState{0, repeat});
+
+    Entries made; // outside the lock, with everything that may fail
+    made.emplace(0, Entry{repeat, {}, Saturated(interval), registration, CJobTicket(), {}});
+
+    Lock lock(mutex_);
+    Entries::node_type entry = made.extract(made.begin());
+    entry.key() = ticket->id = registration->id = ++lastId;
+    entry.mapped().lastRun = clock_.Now();
+    entries_.insert(std::move(entry));
+    while (loopState_ == LoopState::IsStarting)
+        loopStarted_.wait(lock);
+    if (loopState_ == LoopState::None) {
+        try {
+            StartLoop(lock);
+        } catch (...) {
+            lock.unlock();
+            Unregister(ticket->id);
+            throw;
+        }
+    }
+    NotifyLoop();
+    return ticket;
+}
+
+// The lock is released meanwhile: making a thread takes its time, and may fail.
+void TimedJobs::StartLoop(Lock& lock) {
+    const auto start = std::make_shared<LoopStart>();
+    loopState_ = LoopState::IsStarting;
+    const CJobTicket previous = loop_;
+    lock.unlock();
+    CJobTicket started;
+    std::exception_ptr error;
+    try {
+        const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
+        started = (pool != nullptr ? *pool : threadPool.Get())
+                      .Start([self = shared_from_this(), start, previous] {
+                          std::optional<std::string> ignored;
+                          previous.Wait(ignored);
+                          self->RunLoop(*start);
+                      });
+    } catch (...) {
+        error = std::current_exception();
+    }
+    lock.lock();
+    loopStarted_.notify_all();
+    if (error && !start->hasBegun) {
+        // The pool keeps the loop, and may find a thread for it much later.
+        start->isGivenUp = true;
+        loopState_ = LoopState::None;
+        std::rethrow_exception(error);
+    }
+    loop_ = std::move(started);
+    // Unless it has begun, found nothing, and ended by now.
+    if (loopState_ == LoopState::IsStarting)
+        loopState_ = LoopState::Runs;
+}
+
+void TimedJobs::NotifyLoop() noexcept {
+    ++changes_;
+    wakeUp_.notify_all();
+}
+
+bool TimedJobs::Unregister(std::int32_t id) {
+    Entries::node_type removed;
+    {
+        const std::lock_guard guard(mutex_);
+        removed = entries_.extract(id);
+        if (removed.empty())
+            return false;
+        removed.mapped().registration->isCancelled = true;
+        NotifyLoop();
+    }
+    // A run that is past the queue by now finds that it is cancelled.
+    if (const std::shared_ptr<CJobQueue> queue = jobQueue.GetShared())
+        Withdraw(*queue, removed.mapped().ticket);
+    return true;
+}
+
+bool TimedJobs::IsIdle(std::int32_t id) {
+    const std::lock_guard guard(mutex_);
+    const auto entry = entries_.find(id);
+    return entry != entries_.end() && !entry->second.IsRunning();
+}
+
+void TimedJobs::Close() {
+    Entries entries;
+    const std::lock_guard guard(mutex_);
+    entries.swap(entries_);
+    NotifyLoop();
+}
+
+bool TimedJobs::Entry::IsRunning() const noexcept {
+    return !run.expired() || (ticket.State() != nullptr && !ticket.State()->IsFinished());
+}
+
+void TimedJobs::RunLoop(LoopStart& start) noexcept {
+    constexpr std::chrono::milliseconds leastAfterIdlePass(1);
+    Nanoseconds least = Nanoseconds::zero();
+    Lock lock(mutex_);
+    if (start.isGivenUp)
+        return;
+    start.hasBegun = true;
+    while (!entries_.empty()) {
+        if (!WaitUntilDue(lock, least))
+            continue;
+        // A job that is due but still runs would make this loop spin.
+        least = QueueDueRuns(lock) ? Nanoseconds::zero() : leastAfterIdlePass;
+    }
+    loopState_ = LoopState::None;
+}
+
+// False when something changed meanwhile and the time has to be computed anew.
+bool TimedJobs::WaitUntilDue(Lock& lock, Nanoseconds least) noexcept {
+    constexpr std::chrono::hours longest(24 * 10);
+    const TimePoint now = clock_.Now();
+    const Nanoseconds wait = std::min<Nanoseconds>(std::max(TimeToWait(now), least), longest);
+    if (wait == Nanoseconds::zero()) {
+        lock.unlock();
+        lock.lock();
+        return true;
+    }
+    const std::uint32_t changes = changes_;
+    while (clock_.Now() < now + wait) {
+        clock_.WaitUntil(wakeUp_, lock, now + wait);
+        if (changes_ != changes)
+            return false;
+    }
+    return true;
+}
+
+// The time that has gone by is added, not taken off, so a wait is never shorter than the smallest
+// interval and a job may come late. Hosts have come to rely on the pace that this gives.
+Nanoseconds TimedJobs::TimeToWait(TimePoint now) const noexcept {
+    Nanoseconds shortest = Nanoseconds::max();
+    for (const auto& [id, entry] : entries_)
+        shortest = std::min(shortest, SaturatedSum(entry.interval, now - entry.lastRun));
+    return shortest;
+}
+
+// In the order of registration. Returns whether there were any.
+bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
+    bool hasQueued = false;
+    for (auto entry = entries_.begin(); entry != entries_.end();) {
+        const Entry& timed = entry->second;
+        if (clock_.Now() - timed.lastRun < timed.interval || timed.IsRunning()) {
+            ++entry;
+            continue;
+        }
+        // The entries may change while the run is queued.
+        const std::int32_t id = entry->first;
+        hasQueued = QueueRun(lock, *entry) || hasQueued;
+        entry = entries_.upper_bound(id);
+    }
+    return hasQueued;
+}
+
+// Releases the lock; `due` may be gone afterwards. When the run cannot be queued, because the queue
+// is gone or there is no memory, the job stays due.
+bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due) noexcept {
+    const std::int32_t id = due.first;
+    const TimePoint now = clock_.Now();
+    std::weak_ptr<Run> queuedRun;
+    CJobTicket ticket;
+    std::shared_ptr<CJobQueue> queue;
+    try {
+        auto run = std::make_shared<Run>(Run{due.second.registration});
+        due.second.run = queuedRun = run;
+        lock.unlock();
+        queue = jobQueue.GetShared();
+        Job job([run = std::move(run)] { (*run)(); });
+        if (queue != nullptr)
+            ticket = queue->Queue(std::move(job));
+    } catch (...) {
+        // A queue that found no thread has kept the run all the same, and then it is alive.
+    }
+    const bool isQueued = ticket.State() != nullptr || !queuedRun.expired();
+    Entries::node_type ended;
+    if (!lock.owns_lock())
+        lock.lock();
+    if (const auto entry = entries_.find(id); entry != entries_.end()) {
+        entry->second.ticket = ticket;
+        if (isQueued)
+            entry->second.lastRun = now;
+        if (isQueued && !entry->second.repeat)
+            ended = entries_.extract(entry);
+    } else if (queue != nullptr) {
+        // Unregistered meanwhile, by somebody who could not know this ticket.
+        lock.unlock();
+        Withdraw(*queue, ticket);
+        lock.lock();
+    }
+    lock.unlock();
+    ended = Entries::node_type();
+    queue.reset();
+    lock.lock();
+    return isQueued;
+}
+
+} // namespace kq::concurrency

@@ -1,0 +1,83 @@
+// The timed jobs of a scheduler and the loop that serves them.
+#pragma once
+
+#include <kq/concurrency/job_ticket.h>
+#include <kq/concurrency/timed_job_scheduler.h>
+
+#include "thread/clock.h"
+#include "thread/condition_variable.h"
+#include "thread/mutex.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace kq::concurrency {
+
+/// What a scheduler shares with its loop, which keeps it alive. The loop is a job of the
+/// process-wide pool; it begins with the first timed job, ends when there is none, and there is
+/// never more than one.
+///
+/// Callbacks are copied, called, queued and destroyed outside the mutex.
+class TimedJobs : public std::enable_shared_from_this<TimedJobs> {
+public:
+    explicit TimedJobs(thread::Clock& clock = thread::SteadyClock()) noexcept : clock_(clock) {}
+
+    TimedJobTicket Register(std::function<void(const TimedJobTicket&)> job,
+                            std::chrono::milliseconds interval, bool repeat);
+    bool Unregister(std::int32_t id);
+    bool IsIdle(std::int32_t id);
+
+    /// Forgets every timed job; the loop ends by itself.
+    void Close();
+
+private:
+    using Lock = std::unique_lock<thread::mutex>;
+    using TimePoint = thread::Clock::TimePoint;
+    using Nanoseconds = std::chrono::nanoseconds;
+    enum class LoopState { None, IsStarting, Runs };
+    /// Guarded by the mutex. The loop and the one who started it settle here whether it counts.
+    struct LoopStart {
+        bool hasBegun = false;
+        bool isGivenUp = false; ///< the pool had no thread for it
+    };
+    struct Registration;
+    struct Run;
+
+    struct Entry {
+        bool repeat;
+        TimePoint lastRun; ///< of the registration, later of the last time that a run was queued
+        Nanoseconds interval;
+        std::shared_ptr<Registration> registration;
+        CJobTicket ticket;      ///< of the last run
+        std::weak_ptr<Run> run; ///< the last run, until it has ended
+
+        bool IsRunning() const noexcept;
+    };
+    /// By id, which is the order of registration.
+    using Entries = std::map<std::int32_t, Entry>;
+
+    void StartLoop(Lock& lock);
+    void NotifyLoop() noexcept;
+
+    void RunLoop(LoopStart& start) noexcept;
+    bool WaitUntilDue(Lock& lock, Nanoseconds least) noexcept;
+    Nanoseconds TimeToWait(TimePoint now) const noexcept;
+    bool QueueDueRuns(Lock& lock) noexcept;
+    bool QueueRun(Lock& lock, Entries::value_type& due) noexcept;
+
+    thread::Clock& clock_;
+
+    thread::mutex mutex_; // guards everything below
+    thread::condition_variable wakeUp_;
+    thread::condition_variable loopStarted_; // or could not be
+    std::uint32_t changes_ = 0;              // grows whenever the loop has to look again
+    Entries entries_;
+    LoopState loopState_ = LoopState::None;
+    CJobTicket loop_; // the last one
+};
+
+} // namespace kq::concurrency
