@@ -3,6 +3,7 @@
 #include <kq/concurrency/thread_pool.h>
 #include <kq/concurrency/timed_job_scheduler.h>
 #include <kq/library.h>
+#include <kq/thread/memory_reserver.h>
 #include <kq/thread/thread_names.h>
 #include <kq/win32/message_pump.h>
 
@@ -12,6 +13,7 @@
 #include "concurrency/term_constants.h"
 #include "concurrency/thread_pool_impl.h"
 #include "concurrency/ui_job_queue_impl.h"
+#include "thread/platform.h"
 #include "win32/main_thread.h"
 
 #include <windows.h>
@@ -107,10 +109,14 @@ void Startup() {
 }
 
 void Shutdown() {
+    // Called by the destructor of a DLL's object, for one.
+    if (thread::platform::ProcessIsEnding())
+        return;
     if (!isStarted.exchange(false))
         return;
     DrainServices();
     ReleaseServices();
+    memoryReserver.Reset();
 }
 
 } // namespace kq
@@ -134,6 +140,8 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             kq::concurrency::AbandonPoolThreads();
             if (isStarted.exchange(false))
                 ReleaseServices();
+            // The host may have installed one at any time.
+            kq::memoryReserver.Reset();
             return TRUE;
         case DLL_THREAD_DETACH:
             ForgetThreadName();

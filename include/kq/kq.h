@@ -19,6 +19,8 @@
 #include <kq/library.h>
 #include <kq/shared_ref.h>
 #include <kq/singleton.h>
+#include <kq/thread/memory_reserver.h>
+#include <kq/thread/precise_sleeper.h>
 #include <kq/thread/priority.h>
 #include <kq/thread/spin_mutex.h>
 #include <kq/thread/thread_names.h>

@@ -14,12 +14,17 @@ class CQueueJobAdapter;
 class FinishCascade {
 public:
     /// `looker` is the lane, if any, in which the finishing thread will look for work next: nobody
-    /// has to be woken there for what this job's end makes ready.
+    /// has to be woken there for what this job's end makes ready, unless it also drops jobs.
     explicit FinishCascade(const void* looker = nullptr) noexcept : looker_(looker) {}
     FinishCascade(const FinishCascade&) = delete;
     FinishCascade& operator=(const FinishCascade&) = delete;
 
-    bool WillLookIn(const void* lane) const noexcept { return looker_ == lane; }
+    /// Not while there are jobs to end: their destructors come first, and take what time they like.
+    /// What a job's end drops may also leave the lane empty, and then whoever sleeps there must be
+    /// woken to go home.
+    bool WillLookIn(const void* lane) const noexcept { return looker_ == lane && IsEmpty(); }
+
+    bool IsEmpty() const noexcept { return first_ == nullptr; }
 
     /// Adds a job that was taken out of its queue for good. Allocates nothing.
     void Drop(std::shared_ptr<CQueueJobAdapter> job) noexcept;

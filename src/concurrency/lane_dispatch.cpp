@@ -1,6 +1,7 @@
 // The dispatchers of a lane.
 #include "concurrency/lane_dispatch.h"
 
+#include "concurrency/finish_cascade.h"
 #include "concurrency/run_job.h"
 #include "thread/platform.h"
 
@@ -54,13 +55,21 @@ std::shared_ptr<CQueueJobAdapter> LaneCore::NextJob(Lock& lock) noexcept {
     bool hasLingered = false;
     for (;;) {
         const std::uint32_t arrivals = jobs_.Arrivals();
-        if (std::shared_ptr<CQueueJobAdapter> job =
-                jobs_.HasPolled() ? jobs_.Poll(lock) : jobs_.TakeFirstReady()) {
+        FinishCascade dropped;
+        std::shared_ptr<CQueueJobAdapter> job =
+            jobs_.HasPolled() ? jobs_.Poll(lock, dropped) : jobs_.TakeFirstReady();
+        if (job != nullptr || !dropped.IsEmpty()) {
+            // To end a job runs destructors, which is not looking for work either.
             --lookingCount_;
             const Help help = NeededHelp();
             lock.unlock();
             TryToGive(help);
-            return job;
+            dropped.Run();
+            if (job != nullptr)
+                return job;
+            lock.lock();
+            ++lookingCount_;
+            continue;
         }
         if (jobs_.Arrivals() != arrivals)
             continue;

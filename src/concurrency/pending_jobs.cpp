@@ -142,9 +142,8 @@ std::shared_ptr<CQueueJobAdapter> PendingJobs::TakeFirstReady() noexcept {
     return job != nullptr ? TakeOut(*job) : nullptr;
 }
 
-std::shared_ptr<CQueueJobAdapter> PendingJobs::Poll(Lock& lock) noexcept {
+std::shared_ptr<CQueueJobAdapter> PendingJobs::Poll(Lock& lock, FinishCascade& cascade) noexcept {
     std::shared_ptr<CQueueJobAdapter> taken;
-    FinishCascade cascade;
     {
         const std::uint64_t end = nextSequence_;
         PollCursor cursor(*this);
@@ -171,12 +170,7 @@ std::shared_ptr<CQueueJobAdapter> PendingJobs::Poll(Lock& lock) noexcept {
             }
         }
     }
-    if (taken == nullptr)
-        taken = TakeFirstReady();
-    lock.unlock();
-    cascade.Run();
-    lock.lock();
-    return taken;
+    return taken != nullptr ? std::move(taken) : TakeFirstReady();
 }
 
 void PendingJobs::DropAll(FinishCascade& cascade) noexcept {

@@ -58,9 +58,9 @@ public:
     std::shared_ptr<CQueueJobAdapter> TakeFirstReady() noexcept;
 
     /// One pass over the polled jobs: takes the first job, polled or ready, that may start, and
-    /// drops every one that never will. Releases the mutex while a condition is asked, so that jobs
-    /// may come and go meanwhile; those that come are for the next pass.
-    std::shared_ptr<CQueueJobAdapter> Poll(Lock& lock) noexcept;
+    /// moves every one that never will to `cascade`. Releases the mutex while a condition is asked,
+    /// so that jobs may come and go meanwhile; those that come are for the next pass.
+    std::shared_ptr<CQueueJobAdapter> Poll(Lock& lock, FinishCascade& cascade) noexcept;
 
     /// Takes every job out, to be dropped.
     void DropAll(FinishCascade& cascade) noexcept;

@@ -191,6 +191,8 @@ bool ThreadPoolCore::IsFinished(HeldThread& held, std::unique_lock<thread::mutex
 }
 
 void ThreadPoolCore::ShutDown() {
+    if (thread::platform::ProcessIsEnding())
+        return;
     std::unique_lock lock(mutex_);
     maxSpareCount_ = 0;
     jobAvailable_.notify_all();

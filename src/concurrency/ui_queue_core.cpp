@@ -99,14 +99,20 @@ void UIQueueCore::OnRetryTimer() noexcept {
 void UIQueueCore::ProcessQueue(Lock& lock) noexcept {
     TakeOver(lock);
     CurrentJobSlot& slot = CurrentJob();
-    while (std::shared_ptr<CQueueJobAdapter> next =
-               jobs_.HasPolled() ? jobs_.Poll(lock) : jobs_.TakeFirstReady()) {
+    for (;;) {
+        FinishCascade dropped;
+        std::shared_ptr<CQueueJobAdapter> next =
+            jobs_.HasPolled() ? jobs_.Poll(lock, dropped) : jobs_.TakeFirstReady();
+        if (next == nullptr && dropped.IsEmpty())
+            break;
         lock.unlock();
-        CQueueJobAdapter& job = *next;
-        CJobTicket ticket(std::move(next));
-        job.gate.reset();
-        RunJob(job.job, ticket, slot);
-        ticket = CJobTicket();
+        dropped.Run();
+        if (next != nullptr) {
+            CQueueJobAdapter& job = *next;
+            CJobTicket ticket(std::move(next));
+            job.gate.reset();
+            RunJob(job.job, ticket, slot);
+        }
         lock.lock();
     }
     if (isClosed_)

@@ -123,7 +123,7 @@ void HashMD5(MD5HASH& digest, void const* data, unsigned int length) noexcept {
 }
 
 void HashMD5ToString(wchar_t* const out, void const* data, unsigned int length) noexcept {
-    MD5HASH digest;
+    MD5HASH digest{};
     HashMD5(digest, data, length);
     *Mem2Hex(out, digest.bytes, sizeof(digest.bytes)) = L'\0';
 }

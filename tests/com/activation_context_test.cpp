@@ -158,7 +158,7 @@ TEST(ActivationContext, FailsForAnInvalidManifest) {
 }
 
 TEST(ActivationContext, FailsForALibraryWithoutResourceTwo) {
-    EXPECT_EQ(FailureOf(L"kq.dll"), failure);
+    EXPECT_EQ(FailureOf(L"kq_test_bare.dll"), failure);
 }
 
 TEST(ActivationContext, LeaksNothing) {
@@ -186,7 +186,7 @@ TEST(ActivationContext, LeaksNothingWhenItIsActivated) {
 
 TEST(ActivationContext, LeaksNothingWhenItFails) {
     for (const wchar_t* const name :
-         {L"no such file.manifest", L"kq_test_broken.manifest", L"kq.dll"}) {
+         {L"no such file.manifest", L"kq_test_broken.manifest", L"kq_test_bare.dll"}) {
         FailureOf(name);
         const auto handles = HandleLevel();
         const auto blocks = HeapLevel();

@@ -24,7 +24,7 @@ std::wstring TextOf(const MD5HASH& digest) {
 }
 
 std::wstring DigestOf(const void* data, std::size_t length) {
-    MD5HASH digest;
+    MD5HASH digest{};
     HashMD5(digest, data, static_cast<unsigned>(length));
     return TextOf(digest);
 }

@@ -1,14 +1,13 @@
 // The process ends in the middle of everything.
 #include <kq/kq.h>
 
-#include <process/flag.h>
-#include <process/scenario.h>
+#include "process/forever.h"
+#include "process/scenario.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <memory>
-#include <optional>
 #include <random>
 #include <string>
 #include <thread>
@@ -79,7 +78,7 @@ void RunInto(void (*end)()) {
     const auto finished = std::make_shared<std::atomic<int>>(0);
     for (int user = 0; user != 4; ++user)
         std::thread(UseEverything, static_cast<unsigned int>(random()), finished).detach();
-    const int enough = 1 + Below(random, 2'000);
+    const int enough = 1 + Below(random, 500);
     while (*finished < enough)
         SwitchToThread();
     Close();
@@ -99,7 +98,6 @@ SCENARIO(main_calls_exit_process_amid_traffic_at_random) {
 SCENARIO(a_job_calls_exit_amid_traffic_at_random) {
     RunInto([] {
         threadPool->Start([] { std::exit(cleanExit); });
-        for (;;)
-            Sleep(INFINITE);
+        BlockForever();
     });
 }

@@ -1,15 +1,15 @@
 // Main returns, whatever is queued or running.
 #include <kq/kq.h>
 
-#include <process/busy_pool.h>
-#include <process/flag.h>
-#include <process/scenario.h>
+#include "process/busy_pool.h"
+#include "process/flag.h"
+#include "process/forever.h"
+#include "process/scenario.h"
 
-#include <atomic>
-#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 using namespace kq::concurrency;
 using scenario::Close;

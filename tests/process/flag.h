@@ -1,7 +1,7 @@
 // How the threads of a scenario meet.
 #pragma once
 
-#include <process/scenario.h>
+#include "process/scenario.h"
 
 #include <windows.h>
 

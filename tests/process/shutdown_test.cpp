@@ -1,10 +1,10 @@
 // Shutdown() with work in flight.
 #include <kq/kq.h>
 
-#include <process/busy_pool.h>
-#include <process/flag.h>
-#include <process/scenario.h>
-#include <process/services.h>
+#include "process/busy_pool.h"
+#include "process/flag.h"
+#include "process/scenario.h"
+#include "process/services.h"
 
 #include <atomic>
 #include <memory>

@@ -1,11 +1,10 @@
 // Startup() again, and sessions.
 #include <kq/kq.h>
 
-#include <process/busy_pool.h>
-#include <process/flag.h>
-#include <process/scenario.h>
-#include <process/services.h>
-#include <support/handle_level.h>
+#include "process/busy_pool.h"
+#include "process/process_level.h"
+#include "process/scenario.h"
+#include "process/services.h"
 
 #include <atomic>
 #include <memory>
@@ -62,20 +61,15 @@ SCENARIO(startup_while_started_changes_nothing) {
     Close();
 }
 
-SCENARIO(a_hundred_lives_leave_no_handles) {
-    const auto live = [] {
+SCENARIO(lives_leave_nothing_behind) {
+    kq::Shutdown();
+    CHECK(LeavesNothingBehind([] {
         kq::Startup();
         Occupy(
             BlockingLimit(), [] {}, isBlocking);
         DoSomeWork();
         kq::Shutdown();
-    };
-    kq::Shutdown();
-    live();
-    const std::uintptr_t before = HandleLevel();
-    for (int round = 0; round != 100; ++round)
-        live();
-    CHECK(HandleLevel() == before);
+    }));
     Close();
 }
 

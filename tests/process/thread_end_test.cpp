@@ -1,12 +1,12 @@
 // Threads of the host that end, and their names.
 #include <kq/kq.h>
 
-#include <process/flag.h>
-#include <process/scenario.h>
-#include <process/services.h>
+#include "process/flag.h"
+#include "process/scenario.h"
+#include "process/services.h"
 
-#include <chrono>
-#include <memory>
+#include <windows.h>
+
 #include <string>
 #include <thread>
 #include <vector>

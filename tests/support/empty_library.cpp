@@ -1,1 +1,1 @@
-// A library that holds resources only.
+// A library that holds resources only, or nothing.

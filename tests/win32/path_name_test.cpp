@@ -83,11 +83,22 @@ TEST(ReadPathName, EndsAtTheFirstZero) {
 }
 
 TEST(ReadPathName, StaysWithinABufferWithoutAZero) {
-    const std::wstring path = ReadPathName([](wchar_t* buffer, DWORD capacity) {
+    int calls = 0;
+    const std::wstring path = ReadPathName([&](wchar_t* buffer, DWORD capacity) {
+        ++calls;
         std::fill_n(buffer, capacity, L'p');
         return capacity;
     });
     EXPECT_EQ(path, std::wstring(260, L'p'));
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(ReadPathName, TakesASecondResultAsGreatAsTheFirst) {
+    const std::wstring path = ReadPathName([](wchar_t* buffer, DWORD capacity) {
+        std::fill_n(buffer, capacity, L'p');
+        return DWORD{300};
+    });
+    EXPECT_EQ(path, std::wstring(300, L'p'));
 }
 
 } // namespace

@@ -27,6 +27,7 @@ public:
     /// Throws `std::runtime_error("Failed to load manifest!")` when the manifest is missing or
     /// invalid, or the module has no resource 2.
     KQ_API explicit ActivationContext(const std::wstring& manifest);
+    /// Releases the context.
     KQ_API ~ActivationContext();
     ActivationContext(const ActivationContext&) = delete;
     ActivationContext& operator=(const ActivationContext&) = delete;
@@ -45,6 +46,7 @@ class ActivationContextActivation {
 public:
     /// Throws `std::runtime_error("Failed to activate context!")`.
     KQ_API explicit ActivationContextActivation(const ActivationContext& context);
+    /// Makes the context that was current before the current one again.
     KQ_API ~ActivationContextActivation();
     ActivationContextActivation(const ActivationContextActivation&) = delete;
     ActivationContextActivation& operator=(const ActivationContextActivation&) = delete;

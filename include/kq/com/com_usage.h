@@ -20,6 +20,7 @@ public:
     /// Initialises COM with the flags `coInit` of the platform's enumeration `COINIT`. The default
     /// is its `COINIT_MULTITHREADED`; 2 is `COINIT_APARTMENTTHREADED`.
     KQ_API explicit ComUsage(unsigned long coInit = 0) noexcept;
+    /// Calls `CoUninitialize`, unless the thread had an apartment of the other kind.
     KQ_API ~ComUsage();
     ComUsage(const ComUsage&) = delete;
     ComUsage& operator=(const ComUsage&) = delete;

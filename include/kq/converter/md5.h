@@ -15,4 +15,4 @@ KQ_API void HashMD5(MD5HASH& digest, void const* data, unsigned int length) noex
 
 /// Computes the MD5 digest of the `length` bytes at `data` and writes it to `out` as 32 lower-case
 /// hexadecimal characters and a terminating zero, 33 characters in all. Otherwise as `HashMD5`.
-KQ_API void HashMD5ToString(wchar_t* const out, void const* data, unsigned int length) noexcept;
+KQ_API void HashMD5ToString(wchar_t* out, void const* data, unsigned int length) noexcept;

@@ -12,11 +12,13 @@ namespace kq {
 namespace converter {
 namespace detail {
 
+/// What `StringCast` reads of each kind of text.
 inline std::string_view TextOf(const char* text) { return text; }
 inline std::string_view TextOf(const std::string& text) { return text; }
 inline std::wstring_view TextOf(const wchar_t* text) { return text; }
 inline std::wstring_view TextOf(const std::wstring& text) { return text; }
 
+/// What `StringCast` does between different widths.
 KQ_API std::string CastCharacters(std::wstring_view text, const std::locale& locale);
 KQ_API std::wstring CastCharacters(std::string_view text, const std::locale& locale);
 

@@ -67,5 +67,6 @@ KQ_API std::wostream& operator<<(std::wostream& stream, const Guid& guid);
 /// Equal identifiers have equal hashes.
 template <>
 struct std::hash<kq::type::Guid> {
+    /// The hash of the 16 bytes.
     std::size_t operator()(const kq::type::Guid& guid) const noexcept { return guid.Hash(); }
 };

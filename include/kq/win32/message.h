@@ -42,7 +42,9 @@ class MessageArguments {
 public:
     /// No arguments.
     KQ_API MessageArguments();
+    /// An independent copy.
     KQ_API MessageArguments(const MessageArguments& other);
+    /// As above.
     KQ_API MessageArguments& operator=(const MessageArguments& other);
     KQ_API ~MessageArguments();
 
@@ -79,7 +81,9 @@ public:
     KQ_API explicit Message(const MessageId& id);
     /// A message of the system.
     KQ_API Message(const MessageId& id, const MessageArguments& arguments);
+    /// An independent copy.
     KQ_API Message(const Message& other);
+    /// As above; changes nothing when it throws.
     KQ_API Message& operator=(const Message& other);
     KQ_API ~Message();
 

@@ -1,0 +1,93 @@
+#include "concurrency/empty_job.h"
+#include "concurrency/executors.h"
+#include "concurrency/rows.h"
+#include "event.h"
+#include "stopwatch.h"
+#include "table.h"
+
+#include <chrono>
+#include <thread>
+#include <vector>
+
+namespace bench {
+
+namespace {
+
+template <class Executor>
+struct Relay {
+    Executor& executor;
+    std::size_t left; // only the one running job touches it
+    Event finished;
+
+    struct Step {
+        Relay* relay;
+        void operator()() const {
+            if (--relay->left == 0)
+                relay->finished.Set();
+            else
+                relay->executor.Post(*this);
+        }
+    };
+};
+
+template <class Executor>
+void EnterRelay(Row& row, const char* name, Executor& executor) {
+    row.Enter(name, [&executor] {
+        constexpr std::size_t depth = 100'000;
+        Relay<Executor> relay{executor, depth, {}};
+        const Stopwatch watch;
+        executor.Post(typename Relay<Executor>::Step{&relay});
+        relay.finished.Wait();
+        return watch.NanosecondsPer(depth);
+    });
+}
+
+template <class Executor>
+void EnterWakeUp(Row& row, const char* name, Executor& executor) {
+    row.Enter(name, [&executor] {
+        // Long enough for every thread of every executor to have gone to sleep.
+        std::this_thread::sleep_for(std::chrono::milliseconds(3));
+        const Stopwatch watch;
+        executor.Begin(1);
+        std::vector<typename Executor::Handle> handles;
+        handles.push_back(executor.Submit(Empty{}));
+        executor.WaitForAll(handles);
+        constexpr double nanosecondsPerMicrosecond = 1000;
+        return watch.Nanoseconds() / nanosecondsPerMicrosecond;
+    });
+}
+
+} // namespace
+
+void Relays() {
+    KqExecutor executor;
+    Counted<PlatformCallbacks> callbacks;
+    Counted<AsioPosts> posts;
+    Row row("A job that queues the next, 100,000 deep", "ns/job");
+    EnterRelay(row, kqName, executor);
+    EnterRelay(row, callbackName, callbacks);
+    EnterRelay(row, asioPostName, posts);
+    Measure({&row});
+    row.Print();
+}
+
+void WakeUps() {
+    constexpr std::size_t samples = 300;
+    KqExecutor executor;
+    PlatformWork work;
+    Counted<PlatformCallbacks> callbacks;
+    Counted<AsioPosts> posts;
+    AsioFutures futures;
+    StdAsync async;
+    Row row("Queue to done, the pool asleep", "us/job");
+    EnterWakeUp(row, kqName, executor);
+    EnterWakeUp(row, workName, work);
+    EnterWakeUp(row, callbackName, callbacks);
+    EnterWakeUp(row, asioPostName, posts);
+    EnterWakeUp(row, asioFutureName, futures);
+    EnterWakeUp(row, asyncName, async);
+    Measure({&row}, samples);
+    row.Print();
+}
+
+} // namespace bench
