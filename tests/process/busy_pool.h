@@ -4,24 +4,10 @@
 #include <kq/concurrency/job_queue.h>
 
 #include "process/flag.h"
+#include "process/forever.h"
 
-#include <windows.h>
-
-#include <atomic>
 #include <cstddef>
-
-/// Never returns, and takes the processor all the time.
-[[noreturn]] inline void ComputeForever() {
-    std::atomic<unsigned int> turns{0};
-    for (;;)
-        turns.fetch_add(1, std::memory_order_relaxed);
-}
-
-/// Never returns, and waits all the time.
-[[noreturn]] inline void BlockForever() {
-    for (;;)
-        Sleep(INFINITE);
-}
+#include <memory>
 
 /// How many jobs the lane for computing jobs runs at once.
 inline std::size_t ComputingLimit() { return kq::concurrency::threadPool->MaxSpareThreadCount(); }

@@ -1,14 +1,13 @@
 // The process ends in the middle of everything.
 #include <kq/kq.h>
 
-#include "process/flag.h"
+#include "process/forever.h"
 #include "process/scenario.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <memory>
-#include <optional>
 #include <random>
 #include <string>
 #include <thread>
@@ -99,7 +98,6 @@ SCENARIO(main_calls_exit_process_amid_traffic_at_random) {
 SCENARIO(a_job_calls_exit_amid_traffic_at_random) {
     RunInto([] {
         threadPool->Start([] { std::exit(cleanExit); });
-        for (;;)
-            Sleep(INFINITE);
+        BlockForever();
     });
 }

@@ -2,8 +2,9 @@
 #include <kq/kq.h>
 
 #include "process/busy_pool.h"
-#include "process/flag.h"
+#include "process/forever.h"
 #include "process/scenario.h"
+#include "process/services.h"
 
 #include <cstdlib>
 #include <memory>
@@ -104,8 +105,7 @@ SCENARIO(a_job_calls_exit_inside_a_session) {
 SCENARIO(a_job_calls_exit_during_shutdown) {
     KeepThePoolBusy();
     jobQueue->Queue([] {
-        while (jobQueue.GetShared() != nullptr)
-            SwitchToThread();
+        AwaitShutdown();
         Close();
         CallExit();
     });

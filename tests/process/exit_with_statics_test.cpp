@@ -1,12 +1,13 @@
 // Objects of the host with static storage, which end after main has returned.
 #include <kq/kq.h>
 
-#include "process/busy_pool.h"
 #include "process/flag.h"
+#include "process/forever.h"
 #include "process/scenario.h"
 #include "process/services.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <memory>
 
 using namespace kq::concurrency;
@@ -16,7 +17,7 @@ using scenario::Close;
 namespace {
 
 // Its destructor uses the queue: waits for a job that is still running, for one that it submits
-// itself, and withdraws one that can not have begun.
+// itself, and withdraws one that cannot have begun.
 struct LateUser {
     Flag mayFinish;
     CJobTicket running = jobQueue->Queue([mayFinish = mayFinish] { mayFinish.Wait(); }, isBlocking);

@@ -3,13 +3,13 @@
 
 #include "process/busy_pool.h"
 #include "process/flag.h"
+#include "process/forever.h"
 #include "process/scenario.h"
 
-#include <atomic>
-#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 using namespace kq::concurrency;
 using scenario::Close;

@@ -2,8 +2,6 @@
 // the two, and end while it unloads them or while the process ends.
 #include <kq/kq.h>
 
-#include <windows.h>
-
 #include <atomic>
 #include <memory>
 

@@ -5,8 +5,8 @@
 #include "process/scenario.h"
 #include "process/services.h"
 
-#include <chrono>
-#include <memory>
+#include <windows.h>
+
 #include <string>
 #include <thread>
 #include <vector>

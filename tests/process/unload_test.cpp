@@ -1,6 +1,7 @@
 // The library comes and goes while the process lives on. This program is not linked with it: a
 // plug-in brings it along.
 #include "process/flag.h"
+#include "process/forever.h"
 #include "process/loaded_plugin.h"
 #include "process/plugin_work.h"
 #include "process/scenario.h"
@@ -13,15 +14,6 @@
 
 using scenario::cleanExit;
 using scenario::Close;
-
-namespace {
-
-void BlockForever() {
-    for (;;)
-        Sleep(INFINITE);
-}
-
-} // namespace
 
 SCENARIO(the_library_is_freed_with_nothing_used) {
     const Module library(libraryName);

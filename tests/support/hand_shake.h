@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -23,31 +24,37 @@ inline constexpr std::chrono::seconds handShakeLimit(30);
     std::terminate();
 }
 
-/// A number that threads raise and other threads wait for.
+/// A number that threads raise and other threads wait for. It may be destroyed as soon as a wait
+/// has returned, although the thread that raised it may not have left the lock yet.
 class Counter {
 public:
     void Add(std::size_t count = 1) {
-        const std::lock_guard guard(mutex_);
-        value_ += count;
-        changed_.notify_all();
+        const std::shared_ptr<State> state = state_;
+        const std::lock_guard guard(state->mutex);
+        state->value += count;
+        state->changed.notify_all();
     }
 
     std::size_t Value() const {
-        const std::lock_guard guard(mutex_);
-        return value_;
+        const std::lock_guard guard(state_->mutex);
+        return state_->value;
     }
 
     /// Waits until the number is at least `value`.
     void WaitFor(std::size_t value, const char* what = "a counter") const {
-        std::unique_lock lock(mutex_);
-        if (!changed_.wait_for(lock, handShakeLimit, [&] { return value_ >= value; }))
+        std::unique_lock lock(state_->mutex);
+        if (!state_->changed.wait_for(lock, handShakeLimit, [&] { return state_->value >= value; }))
             FailHandShake(what);
     }
 
 private:
-    mutable std::mutex mutex_;
-    mutable std::condition_variable changed_;
-    std::size_t value_ = 0;
+    struct State {
+        std::mutex mutex;
+        std::condition_variable changed;
+        std::size_t value = 0;
+    };
+
+    const std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
 /// Something that happens once.

@@ -1,0 +1,107 @@
+#include <kq/concurrency/job_queue.h>
+
+#include "support/hand_shake.h"
+#include "support/on_destruction.h"
+#include "support/thrown.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+using namespace kq::concurrency;
+using kq_test::Event;
+
+namespace {
+
+constexpr const char* outsideText = "no this job is executed by the current thread";
+
+std::string TextOutside() {
+    return ThrownText<std::runtime_error>([] { (void)thisJob(); });
+}
+
+TEST(ThisJob, ThrowsOutsideAJob) {
+    EXPECT_EQ(TextOutside(), outsideText);
+    std::string onOtherThread;
+    std::thread([&] { onOtherThread = TextOutside(); }).join();
+    EXPECT_EQ(onOtherThread, outsideText);
+}
+
+TEST(ThisJob, IsTheTicketThatTheStarterHolds) {
+    CThreadPool pool;
+    CJobTicket inside;
+    const CJobTicket outside = pool.Start([&] { inside = thisJob(); });
+    outside.Wait();
+    EXPECT_TRUE(inside == outside);
+}
+
+TEST(ThisJob, IsTheTicketOfTheQueuedJobAndNotOfTheLoopThatRunsIt) {
+    const auto pool = std::make_shared<CThreadPool>(1);
+    CJobQueue queue(pool, 1);
+    CJobTicket insideFirst, insideSecond;
+    const CJobTicket first = queue.Queue([&] { insideFirst = thisJob(); });
+    const CJobTicket second = queue.Queue([&] { insideSecond = thisJob(); });
+    first.Wait();
+    second.Wait();
+    EXPECT_TRUE(insideFirst == first);
+    EXPECT_TRUE(insideSecond == second);
+}
+
+TEST(ThisJob, IsKnownWhileTheCallableIsDestroyed) {
+    CThreadPool pool;
+    CJobTicket inside;
+    const CJobTicket outside =
+        pool.Start([token = kq_test::OnDestruction([&] { inside = thisJob(); })] {});
+    outside.Wait();
+    // The pool copied the job: the token may have ended with the original, on this thread.
+    SUCCEED();
+}
+
+TEST(ThisJob, ThrowsOnTheSameThreadAfterTheJob) {
+    // The one thread of the pool runs a function of ours after its last job: the end of its
+    // factory's Job.
+    std::string afterwards;
+    Event finished;
+    struct Thread final : CThread {
+        Thread(const Job& function, std::string& text, Event& end)
+            : thread_([function, &text, &end] {
+                  function();
+                  text = TextOutside();
+                  end.Set();
+              }),
+              end_(end) {}
+        ~Thread() override { thread_.join(); }
+        void Wait() const override { end_.Wait(); }
+        bool IsFinished() const override { return end_.IsSet(); }
+
+    private:
+        std::thread thread_;
+        const Event& end_;
+    };
+    {
+        CThreadPool pool(1, [&](const Job& function) -> std::unique_ptr<CThread> {
+            return std::make_unique<Thread>(function, afterwards, finished);
+        });
+        pool.Start([] {}).Wait();
+        std::optional<std::string> error;
+        pool.Start([] { throw 1; }).Wait(error);
+    }
+    EXPECT_EQ(afterwards, outsideText);
+}
+
+TEST(ThisJob, CanBeWaitedForByAJobThatItQueues) {
+    const auto pool = std::make_shared<CThreadPool>(2);
+    CJobQueue queue(pool, 1);
+    bool outerHadEnded = false;
+    CJobTicket inner;
+    const CJobTicket outer = queue.Queue(
+        [&] { inner = queue.Queue([&] { outerHadEnded = outer.Wait(0); }, after(thisJob())); });
+    outer.Wait();
+    inner.Wait();
+    EXPECT_TRUE(outerHadEnded);
+}
+
+} // namespace
