@@ -9,6 +9,7 @@
 
 #include "concurrency/job_queue_impl.h"
 #include "concurrency/pool_thread.h"
+#include "concurrency/recycling.h"
 #include "concurrency/serve_ui.h"
 #include "concurrency/term_constants.h"
 #include "concurrency/thread_pool_impl.h"
@@ -117,6 +118,7 @@ void Shutdown() {
     DrainServices();
     ReleaseServices();
     memoryReserver.Reset();
+    concurrency::TrimRecyclers();
 }
 
 } // namespace kq
@@ -142,6 +144,7 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
                 ReleaseServices();
             // The host may have installed one at any time.
             kq::memoryReserver.Reset();
+            kq::concurrency::TrimRecyclers();
             return TRUE;
         case DLL_THREAD_DETACH:
             ForgetThreadName();

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 // In ntdll, and in the documentation of no header.
@@ -46,5 +47,16 @@ inline std::uint32_t CurrentThreadId() noexcept { return GetCurrentThreadId(); }
 /// lock may be held for ever, and nobody is left to wait for. The code of a host that runs then,
 /// such as the destructors of a DLL's objects with static storage, may still come here.
 inline bool ProcessIsEnding() noexcept { return RtlDllShutdownInProgress() != FALSE; }
+
+/// The system gives memory in pieces of this size, aligned to it.
+inline constexpr std::size_t memoryPiece = 0x10000;
+
+/// A piece of memory, null when there is none.
+inline void* AllocatePiece() noexcept {
+    return VirtualAlloc(nullptr, memoryPiece, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+}
+
+/// Gives a piece back.
+inline void FreePiece(void* piece) noexcept { VirtualFree(piece, 0, MEM_RELEASE); }
 
 } // namespace kq::thread::platform
