@@ -152,8 +152,9 @@ void UIQueueCore::Close() noexcept {
             cascade.Drop(std::move(job->self));
         }
         jobs_.DropAll(cascade);
-        window_.reset();
     }
+    // Outside the lock, because hooks of the host run while a window goes. Nobody posts any more.
+    window_.reset();
     cascade.Run();
 }
 

@@ -170,4 +170,45 @@ TEST(UIWindow, ThatIsMissingLeavesTheMessagesOfTheThreadAlone) {
     EXPECT_NE(PeekMessageW(&message, nullptr, WM_APP, WM_APP, PM_REMOVE), FALSE);
 }
 
+// The host's hooks run while a window is destroyed, and may use the queue: no lock is held then.
+TEST(UIWindow, IsDestroyedOutsideTheLockOfTheQueue) {
+    static CUIJobQueue* closing = nullptr;
+    static bool wasUsed = false;
+    struct Hook {
+        static LRESULT CALLBACK UseQueue(int code, WPARAM wParam, LPARAM lParam) {
+            if (code == HCBT_DESTROYWND && closing != nullptr) {
+                EXPECT_TRUE(closing->Queue([] {}, inUIAsync).Wait(0));
+                wasUsed = true;
+            }
+            return CallNextHookEx(nullptr, code, wParam, lParam);
+        }
+    };
+    ReturnsInTime("the end of a queue", [] {
+        const HHOOK hook = SetWindowsHookExW(WH_CBT, Hook::UseQueue, nullptr, GetCurrentThreadId());
+        std::optional<CUIJobQueue> queue;
+        queue.emplace();
+        closing = &*queue;
+        queue.reset();
+        closing = nullptr;
+        UnhookWindowsHookEx(hook);
+    });
+    EXPECT_TRUE(wasUsed);
+}
+
+TEST(UIWindow, ThatAHookKeepsFromItsEndKnowsItsQueueNoMore) {
+    ReturnsInTime("a thread with a window that stays", [] {
+        std::optional<CUIJobQueue> queue;
+        const HWND window = NewUIWindow([&] { queue.emplace(); });
+        queue->Queue([] {}, inUIAsync);
+        {
+            const WindowRefusal refusal;
+            queue.reset();
+        }
+        ASSERT_NE(IsWindow(window), FALSE);
+        EXPECT_EQ(SendMessageW(window, wakeMessage, 0, 0), 0);
+        EXPECT_EQ(SendMessageW(window, WM_TIMER, 1, 0), 0);
+        DestroyWindow(window);
+    });
+}
+
 } // namespace
