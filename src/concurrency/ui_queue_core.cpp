@@ -105,6 +105,12 @@ void UIQueueCore::ProcessQueue(Lock& lock) noexcept {
             jobs_.HasPolled() ? jobs_.Poll(lock, dropped) : jobs_.TakeFirstReady();
         if (next == nullptr && dropped.IsEmpty())
             break;
+        // A condition may close the queue, and so may what a dropped job captured, which may also
+        // pump: until that is gone, the next job stands in its place.
+        if (next != nullptr && isClosed_)
+            dropped.Drop(std::move(next));
+        else if (next != nullptr && !dropped.IsEmpty())
+            jobs_.PutBack(std::move(next));
         lock.unlock();
         dropped.Run();
         if (next != nullptr) {
