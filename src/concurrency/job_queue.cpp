@@ -4,6 +4,8 @@
 #include "concurrency/queue_job_adapter.h"
 #include "concurrency/ui_job_queue_impl.h"
 
+#include <cstddef>
+#include <limits>
 #include <utility>
 
 namespace kq::concurrency {
@@ -26,12 +28,17 @@ std::shared_ptr<CUIJobQueueImpl> InstalledUIQueue() {
     }
 }
 
+/// The product, or as much as can be counted.
+std::size_t SaturatedProduct(std::size_t count, unsigned int factor) {
+    constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
+    return factor != 0 && count > most / factor ? most : count * factor;
+}
+
 } // namespace
 
 CJobQueueImpl::CJobQueueImpl(std::shared_ptr<CThreadPool> pool, unsigned int blockingFactor)
     : normalQueue_(pool, pool->MaxSpareThreadCount()),
-      // In 64 bits: the product of a count and any factor fits.
-      blockingQueue_(pool, pool->MaxSpareThreadCount() * std::size_t{blockingFactor}) {}
+      blockingQueue_(pool, SaturatedProduct(pool->MaxSpareThreadCount(), blockingFactor)) {}
 
 CJobTicket CJobQueueImpl::Queue(Job&& job, const std::shared_ptr<CJobTermsImpl>& terms) {
     auto adapter = std::make_shared<CQueueJobAdapter>(std::move(job), Gate::Make(terms));
