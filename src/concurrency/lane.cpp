@@ -59,6 +59,11 @@ bool LaneCore::IsIdle() const noexcept {
     return jobs_.IsEmpty() && activeCount_ + startingCount_ == 0;
 }
 
+std::uint64_t LaneCore::QueuedCount() const noexcept {
+    const std::lock_guard guard(mutex_);
+    return jobs_.EnteredCount();
+}
+
 void LaneCore::Drain() {
     if (thread::platform::ProcessIsEnding())
         return;
