@@ -81,7 +81,9 @@ void LaneCore::Drain() {
             StartDispatcher();
         } catch (...) {
             lock.lock();
-            jobs_.DropAll(cascade);
+            // A dispatcher that was given up earlier may have found a thread meanwhile.
+            if (activeCount_ + startingCount_ == 0)
+                jobs_.DropAll(cascade);
             lock.unlock();
         }
         cascade.Run();

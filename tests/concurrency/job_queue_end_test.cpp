@@ -167,4 +167,38 @@ TEST(JobQueueEnd, RunsJobsWhoseDispatcherCanBeStartedAtLast) {
     EXPECT_EQ(ran, 3);
 }
 
+// The pool keeps the loop of a dispatcher for which it could not make a thread, and runs it when a
+// thread comes at last: here while the end of the queue asks for another one, in vain.
+TEST(JobQueueEnd, DropsNothingWhileALateDispatcherServesTheQueue) {
+    Event busyRuns, busyMayEnd, jobRuns;
+    std::atomic<bool> isEnding{false};
+    TestFactory factory([&](std::size_t call) {
+        if (isEnding) {
+            busyMayEnd.Set();
+            jobRuns.Wait("the job of the late dispatcher");
+        }
+        return call == 1;
+    });
+    const auto pool = std::make_shared<CThreadPool>(2, factory.Function());
+    pool->Start([&] {
+        busyRuns.Set();
+        busyMayEnd.Wait();
+    });
+    busyRuns.Wait();
+    std::atomic<int> ran{0};
+    ReturnsInTime("the end of a queue with a late dispatcher", [&] {
+        CJobQueue queue(pool, 1);
+        EXPECT_THROW(queue.Queue([&] {
+            ++ran;
+            jobRuns.Set();
+            for (int i = 0; i != 200; ++i)
+                std::this_thread::yield();
+        }),
+                     std::runtime_error);
+        EXPECT_THROW(queue.Queue([&] { ++ran; }), std::runtime_error);
+        isEnding = true;
+    });
+    EXPECT_EQ(ran, 2);
+}
+
 } // namespace
