@@ -9,6 +9,7 @@
 
 #include "concurrency/job_queue_impl.h"
 #include "concurrency/pool_thread.h"
+#include "concurrency/recycling.h"
 #include "concurrency/serve_ui.h"
 #include "concurrency/term_constants.h"
 #include "concurrency/thread_pool_impl.h"
@@ -113,6 +114,7 @@ void Shutdown() {
     DrainServices();
     ReleaseServices();
     memoryReserver.Reset();
+    concurrency::TrimRecyclers();
 }
 
 } // namespace kq
@@ -138,6 +140,7 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
                 ReleaseServices();
             // The host may have installed one at any time.
             kq::memoryReserver.Reset();
+            kq::concurrency::TrimRecyclers();
             return TRUE;
         case DLL_THREAD_DETACH:
             ForgetThreadName();

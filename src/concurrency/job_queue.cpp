@@ -2,6 +2,7 @@
 
 #include "concurrency/job_queue_impl.h"
 #include "concurrency/queue_job_adapter.h"
+#include "concurrency/recycling.h"
 #include "concurrency/ui_job_queue_impl.h"
 
 #include <utility>
@@ -34,7 +35,7 @@ CJobQueueImpl::CJobQueueImpl(std::shared_ptr<CThreadPool> pool, unsigned int blo
       blockingQueue_(pool, pool->MaxSpareThreadCount() * std::size_t{blockingFactor}) {}
 
 CJobTicket CJobQueueImpl::Queue(Job&& job, const std::shared_ptr<CJobTermsImpl>& terms) {
-    auto adapter = std::make_shared<CQueueJobAdapter>(std::move(job), Gate::Make(terms));
+    auto adapter = MakeRecycled<CQueueJobAdapter>(std::move(job), Gate::Make(terms));
     if (terms == nullptr)
         return normalQueue_.Queue(std::move(adapter), false);
     if (terms->uiThread)

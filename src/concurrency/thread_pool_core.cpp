@@ -1,6 +1,7 @@
 #include "concurrency/thread_pool_core.h"
 
 #include "concurrency/pool_thread.h"
+#include "concurrency/recycling.h"
 #include "thread/deadline.h"
 
 #include <iterator>
@@ -119,6 +120,7 @@ std::unique_ptr<JobEntry> ThreadPoolCore::WaitForJob(std::unique_lock<thread::mu
     ++spareCount_;
     const auto deadline = thread::SaturatedSum(clock_.Now(), idleTime_);
     bool isSurplus = true;
+    bool hasTrimmed = false;
     // The slot is looked at before the clock: a job that was handed over in the moment in which the
     // idle time ended is taken.
     while (handOver_ == nullptr && maxSpareCount_ != 0) {
@@ -126,6 +128,8 @@ std::unique_ptr<JobEntry> ThreadPoolCore::WaitForJob(std::unique_lock<thread::mu
             jobAvailable_.wait(lock);
         else if (clock_.Now() < deadline)
             clock_.WaitUntil(jobAvailable_, lock, deadline);
+        else if (!std::exchange(hasTrimmed, true))
+            Trim(lock);
         else if (spareCount_ <= maxSpareCount_)
             isSurplus = false;
         else
@@ -133,6 +137,13 @@ std::unique_ptr<JobEntry> ThreadPoolCore::WaitForJob(std::unique_lock<thread::mu
     }
     --spareCount_;
     return std::move(handOver_);
+}
+
+// What a burst of jobs has left behind goes when a thread has found nothing to do for a while.
+void ThreadPoolCore::Trim(std::unique_lock<thread::mutex>& lock) noexcept {
+    lock.unlock();
+    TrimRecyclers();
+    lock.lock();
 }
 
 std::size_t ThreadPoolCore::ThreadCount() const {

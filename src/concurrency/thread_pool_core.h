@@ -48,6 +48,7 @@ private:
     void AddThread(std::unique_lock<thread::mutex>& lock);
     void RunThread(Newcomer& newcomer) noexcept;
     std::unique_ptr<JobEntry> WaitForJob(std::unique_lock<thread::mutex>& lock);
+    void Trim(std::unique_lock<thread::mutex>& lock) noexcept;
     bool IsFinished(HeldThread& held, std::unique_lock<thread::mutex>& lock);
 
     thread::Clock& clock_;

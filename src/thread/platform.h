@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 namespace kq::thread::platform {
@@ -38,5 +39,16 @@ inline void SpinPause() noexcept { YieldProcessor(); }
 
 /// The system's identifier of the calling thread.
 inline std::uint32_t CurrentThreadId() noexcept { return GetCurrentThreadId(); }
+
+/// The system gives memory in pieces of this size, aligned to it.
+inline constexpr std::size_t memoryPiece = 0x10000;
+
+/// A piece of memory, null when there is none.
+inline void* AllocatePiece() noexcept {
+    return VirtualAlloc(nullptr, memoryPiece, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+}
+
+/// Gives a piece back.
+inline void FreePiece(void* piece) noexcept { VirtualFree(piece, 0, MEM_RELEASE); }
 
 } // namespace kq::thread::platform

@@ -1,0 +1,49 @@
+// How the objects of the job system come by their memory.
+#pragma once
+
+#include "concurrency/block_recycler.h"
+
+#include <cstddef>
+#include <memory>
+#include <utility>
+
+namespace kq::concurrency {
+
+/// The recycler for objects of this size.
+BlockRecycler& RecyclerFor(std::size_t size) noexcept;
+
+/// Objects up to this size are recycled.
+inline constexpr std::size_t largestRecycled = 256;
+
+/// Gives the memory of all recyclers that nobody uses back to the system.
+void TrimRecyclers() noexcept;
+
+/// For single objects; made to be given to `std::allocate_shared`.
+template <class T>
+class RecyclingAllocator {
+public:
+    using value_type = T;
+
+    RecyclingAllocator() noexcept = default;
+    template <class U>
+    RecyclingAllocator(const RecyclingAllocator<U>& /*other*/) noexcept {}
+
+    T* allocate(std::size_t /*count*/) { return static_cast<T*>(RecyclerFor(sizeof(T)).Take()); }
+    void deallocate(T* object, std::size_t /*count*/) noexcept {
+        RecyclerFor(sizeof(T)).Give(object);
+    }
+
+    friend bool operator==(const RecyclingAllocator&, const RecyclingAllocator&) { return true; }
+    friend bool operator!=(const RecyclingAllocator&, const RecyclingAllocator&) { return false; }
+
+private:
+    static_assert(sizeof(T) <= largestRecycled);
+};
+
+/// As `std::make_shared`.
+template <class T, class... Arguments>
+std::shared_ptr<T> MakeRecycled(Arguments&&... arguments) {
+    return std::allocate_shared<T>(RecyclingAllocator<T>(), std::forward<Arguments>(arguments)...);
+}
+
+} // namespace kq::concurrency
