@@ -14,6 +14,7 @@
 #include "concurrency/term_constants.h"
 #include "concurrency/thread_pool_impl.h"
 #include "concurrency/ui_job_queue_impl.h"
+#include "thread/platform.h"
 #include "win32/main_thread.h"
 
 #include <windows.h>
@@ -109,6 +110,9 @@ void Startup() {
 }
 
 void Shutdown() {
+    // Called by the destructor of a DLL's object, for one.
+    if (thread::platform::ProcessIsEnding())
+        return;
     if (!isStarted.exchange(false))
         return;
     DrainServices();

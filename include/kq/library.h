@@ -18,7 +18,8 @@ KQ_API void Startup();
 ///
 /// Call it on the UI thread, before the program or the last user of the library ends, and outside
 /// any callback of the loader (`DllMain`). A process may also end without it: whatever is queued or
-/// running then is given up, without waiting.
+/// running then is given up, without waiting. Called while the process is ending (by the destructor
+/// of a DLL's object with static storage, for one), it does nothing.
 KQ_API void Shutdown();
 
 /// `Startup()` and `Shutdown()` as a scope, for the top of `main`.

@@ -60,6 +60,8 @@ bool LaneCore::IsIdle() const noexcept {
 }
 
 void LaneCore::Drain() {
+    if (thread::platform::ProcessIsEnding())
+        return;
     Lock lock(mutex_);
     for (;;) {
         while (activeCount_ + startingCount_ != 0)

@@ -66,6 +66,9 @@ CJobTicket ThreadPoolCore::Start(const Job& job) {
     ++jobCount_;
     handOver_ = std::move(entry);
     if (spareCount_ != 0) {
+        // The job may run, and the pool's owner see its end and destroy the pool, before the
+        // notification.
+        const std::shared_ptr<ThreadPoolCore> keepAlive = shared_from_this();
         lock.unlock();
         jobAvailable_.notify_one();
     } else {
@@ -202,23 +205,28 @@ bool ThreadPoolCore::IsFinished(HeldThread& held, std::unique_lock<thread::mutex
 }
 
 void ThreadPoolCore::ShutDown() {
+    if (thread::platform::ProcessIsEnding())
+        return;
     std::unique_lock lock(mutex_);
     maxSpareCount_ = 0;
     jobAvailable_.notify_all();
-    // Jobs that still run may start others, and these need threads.
-    while (beingMade_ != 0 || beingAsked_ != 0 || !threads_.empty()) {
-        if (beingMade_ != 0 || beingAsked_ != 0) {
+    // Jobs that still run may start others, and these need threads; so may the destructor of what a
+    // job captured for which no thread could be made.
+    for (;;) {
+        while (beingMade_ != 0 || beingAsked_ != 0)
             settled_.wait(lock);
-            continue;
-        }
+        if (threads_.empty() && handOver_ == nullptr)
+            return;
         std::list<HeldThread> ending;
         ending.splice(ending.end(), threads_);
+        std::unique_ptr<JobEntry> neverRun;
+        if (ending.empty())
+            neverRun = std::move(handOver_);
         lock.unlock();
         ending.clear();
+        neverRun.reset();
         lock.lock();
     }
-    const std::unique_ptr<JobEntry> neverRun = std::move(handOver_);
-    lock.unlock();
 }
 
 } // namespace kq::concurrency

@@ -8,6 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 
+// In ntdll, and in the documentation of no header.
+extern "C" __declspec(dllimport) BOOLEAN NTAPI RtlDllShutdownInProgress(void);
+
 namespace kq::thread::platform {
 
 /// Waits without limit.
@@ -39,6 +42,11 @@ inline void SpinPause() noexcept { YieldProcessor(); }
 
 /// The system's identifier of the calling thread.
 inline std::uint32_t CurrentThreadId() noexcept { return GetCurrentThreadId(); }
+
+/// Whether the process is ending, and all other threads have been killed wherever they stood: a
+/// lock may be held for ever, and nobody is left to wait for. The code of a host that runs then,
+/// such as the destructors of a DLL's objects with static storage, may still come here.
+inline bool ProcessIsEnding() noexcept { return RtlDllShutdownInProgress() != FALSE; }
 
 /// The system gives memory in pieces of this size, aligned to it.
 inline constexpr std::size_t memoryPiece = 0x10000;

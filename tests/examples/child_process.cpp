@@ -14,6 +14,18 @@ std::wstring Quoted(const std::vector<std::wstring>& command) {
     return line;
 }
 
+/// When this program is ended from outside, as by a time-out, the process does not stay behind.
+void EndWithUs(HANDLE process) {
+    HANDLE job = CreateJobObjectW(nullptr, nullptr); // closed by the end of this program
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    if (job == nullptr ||
+        SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits) ==
+            0 ||
+        AssignProcessToJobObject(job, process) == 0)
+        FailHere("cannot tie the program to this one");
+}
+
 } // namespace
 
 void* StartProcess(const std::vector<std::wstring>& command, void* errorOutput,
@@ -30,6 +42,7 @@ void* StartProcess(const std::vector<std::wstring>& command, void* errorOutput,
                         nullptr, &startup, &process))
         FailHere("cannot start the program");
     CloseHandle(process.hThread);
+    EndWithUs(process.hProcess);
     id = process.dwProcessId;
     return process.hProcess;
 }

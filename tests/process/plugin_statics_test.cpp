@@ -19,6 +19,8 @@ struct PluginWithStatics : Module {
 
     bool (*const jobHasRun)() = Find<bool()>("StaticJobHasRun");
     void (*const shutdown)() = Find<void()>("ShutdownLibrary");
+    void (*const armLateShutdown)() = Find<void()>("ArmLateShutdown");
+    void (*const keepOwnQueueBusy)() = Find<void()>("KeepOwnQueueBusy");
 };
 
 } // namespace
@@ -31,6 +33,20 @@ SCENARIO(a_job_queued_by_a_static_of_a_plugin_runs) {
 
 SCENARIO(main_returns_right_after_a_static_of_a_plugin_queued_a_job) {
     const PluginWithStatics plugin;
+    Close();
+}
+
+SCENARIO(a_static_of_a_plugin_shuts_down_while_the_process_ends) {
+    const PluginWithStatics plugin;
+    plugin.armLateShutdown();
+    CHECK(plugin.jobHasRun());
+    Close();
+}
+
+SCENARIO(a_static_of_a_plugin_shuts_down_busy_services_while_the_process_ends) {
+    const PluginWithStatics plugin;
+    plugin.armLateShutdown();
+    plugin.keepOwnQueueBusy();
     Close();
 }
 

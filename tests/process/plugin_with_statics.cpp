@@ -4,10 +4,28 @@
 
 #include <atomic>
 #include <memory>
+#include <thread>
 
 using namespace kq::concurrency;
 
 namespace {
+
+/// Shuts the library down at a time when that is too late, or not allowed, unless it is disarmed.
+class LateShutdown {
+public:
+    ~LateShutdown() {
+        if (isArmed)
+            kq::Shutdown();
+    }
+
+    bool isArmed = false;
+};
+
+LateShutdown lateShutdown;
+
+/// A pool and a queue of the plug-in's own, used when it is asked for.
+std::shared_ptr<CThreadPool> ownPool;
+std::shared_ptr<CJobQueue> ownQueue;
 
 class User {
 public:
@@ -36,6 +54,27 @@ extern "C" {
 
 /// Waits for the job that was queued while the plug-in was loaded, and tells whether it ran.
 __declspec(dllexport) bool StaticJobHasRun() { return user.HasRun(); }
+
+/// From now on the plug-in shuts the library down when it is unloaded or the process ends.
+__declspec(dllexport) void ArmLateShutdown() { lateShutdown.isArmed = true; }
+
+/// Queues jobs that run for ever, and others behind them, in a queue that ends with the plug-in.
+__declspec(dllexport) void KeepOwnQueueBusy() {
+    ownPool = std::make_shared<CThreadPool>();
+    ownQueue = std::make_shared<CJobQueue>(ownPool, 1U);
+    std::atomic<int> running{0};
+    const auto limit = static_cast<int>(ownPool->MaxSpareThreadCount());
+    for (int job = 0; job != limit; ++job)
+        ownQueue->Queue([&running] {
+            ++running;
+            for (;;)
+                std::this_thread::yield();
+        });
+    for (int job = 0; job != 10; ++job)
+        ownQueue->Queue([] {});
+    while (running != limit)
+        std::this_thread::yield();
+}
 
 __declspec(dllexport) void ShutdownLibrary() { kq::Shutdown(); }
 }
