@@ -137,6 +137,13 @@ std::shared_ptr<CQueueJobAdapter> PendingJobs::TakeOut(CQueueJobAdapter& job) no
     return std::move(job.self);
 }
 
+void PendingJobs::PutBack(std::shared_ptr<CQueueJobAdapter> taken) noexcept {
+    CQueueJobAdapter& job = *taken;
+    job.self = std::move(taken);
+    ++count_;
+    MakeReady(job);
+}
+
 std::shared_ptr<CQueueJobAdapter> PendingJobs::TakeFirstReady() noexcept {
     CQueueJobAdapter* const job = ready_.First();
     return job != nullptr ? TakeOut(*job) : nullptr;

@@ -54,6 +54,9 @@ public:
     /// Takes a job out for good; the caller has the queue's reference on it.
     std::shared_ptr<CQueueJobAdapter> TakeOut(CQueueJobAdapter& job) noexcept;
 
+    /// Takes back a job that was taken out because it may start, to its place in the order.
+    void PutBack(std::shared_ptr<CQueueJobAdapter> taken) noexcept;
+
     /// Takes the first ready job in the order of submission; null when there is none.
     std::shared_ptr<CQueueJobAdapter> TakeFirstReady() noexcept;
 

@@ -105,6 +105,12 @@ void UIQueueCore::ProcessQueue(Lock& lock) noexcept {
             jobs_.HasPolled() ? jobs_.Poll(lock, dropped) : jobs_.TakeFirstReady();
         if (next == nullptr && dropped.IsEmpty())
             break;
+        // A condition may close the queue, and so may what a dropped job captured, which may also
+        // pump: until that is gone, the next job stands in its place.
+        if (next != nullptr && isClosed_)
+            dropped.Drop(std::move(next));
+        else if (next != nullptr && !dropped.IsEmpty())
+            jobs_.PutBack(std::move(next));
         lock.unlock();
         dropped.Run();
         if (next != nullptr) {
@@ -152,8 +158,9 @@ void UIQueueCore::Close() noexcept {
             cascade.Drop(std::move(job->self));
         }
         jobs_.DropAll(cascade);
-        window_.reset();
     }
+    // Outside the lock, because hooks of the host run while a window goes. Nobody posts any more.
+    window_.reset();
     cascade.Run();
 }
 

@@ -59,7 +59,7 @@ private:
     PendingJobs jobs_;
     bool isWakePosted_ = false; // and not yet handled
     bool isClosed_ = false;
-    std::optional<UIWindow> window_; // changed only on the UI thread
+    std::optional<UIWindow> window_; // changed only on the UI thread, at the end outside the lock
 };
 
 } // namespace kq::concurrency

@@ -65,14 +65,19 @@ UIWindow::UIWindow(UIWindowEvents& events) : thread_(GetCurrentThreadId()) {
 
 UIWindow::~UIWindow() {
     if (window_ != nullptr) {
-        if (GetCurrentThreadId() == thread_) {
-            StopRetryTimer();
-            DestroyWindow(window_);
-        } else {
+        SetWindowLongPtrW(window_, eventsIndex, 0);
+        if (!TryToDestroy())
             Abandon();
-        }
     }
     ReleaseClass();
+}
+
+bool UIWindow::TryToDestroy() noexcept {
+    if (GetCurrentThreadId() != thread_)
+        return false;
+    StopRetryTimer();
+    // A hook of the host may forbid it.
+    return DestroyWindow(window_) != FALSE;
 }
 
 // Only its own thread can destroy a window. Another one can take it, and its class, away from this
@@ -82,7 +87,6 @@ UIWindow::~UIWindow() {
 void UIWindow::Abandon() noexcept {
     constexpr UINT patienceMilliseconds = 200;
     const auto systemProcedure = reinterpret_cast<LONG_PTR>(&DefWindowProcW);
-    SetWindowLongPtrW(window_, eventsIndex, 0);
     SetWindowLongPtrW(window_, GWLP_WNDPROC, systemProcedure);
     SetClassLongPtrW(window_, GCLP_WNDPROC, systemProcedure);
     DWORD_PTR result = 0;

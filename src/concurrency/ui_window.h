@@ -41,6 +41,7 @@ public:
     void StopRetryTimer() noexcept;
 
 private:
+    bool TryToDestroy() noexcept;
     void Abandon() noexcept;
 
     const DWORD thread_;
