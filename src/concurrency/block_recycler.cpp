@@ -43,8 +43,8 @@ BlockRecycler::Block& BlockRecycler::Batch::Pop() noexcept {
 }
 
 void* BlockRecycler::Take() {
-    Shard& shard = ShardOfThisThread();
-    const std::lock_guard guard(shard.mutex);
+    Shard& shard = LockShard();
+    const std::lock_guard guard(shard.mutex, std::adopt_lock);
     if (shard.current.count == 0) {
         if (shard.spare.count != 0)
             std::swap(shard.current, shard.spare);
@@ -55,19 +55,22 @@ void* BlockRecycler::Take() {
 }
 
 void BlockRecycler::Give(void* block) noexcept {
-    Shard& shard = ShardOfThisThread();
-    const std::lock_guard guard(shard.mutex);
-    if (shard.current.count >= batchSize) {
-        if (shard.spare.count != 0)
-            GiveBatch(shard.spare);
+    Shard& shard = LockShard();
+    const std::lock_guard guard(shard.mutex, std::adopt_lock);
+    if (shard.current.count >= batchSize && (shard.spare.count == 0 || TryToGiveBatch(shard.spare)))
         shard.spare = std::exchange(shard.current, {});
-    }
     shard.current.Push(*static_cast<Block*>(block));
 }
 
-BlockRecycler::Shard& BlockRecycler::ShardOfThisThread() noexcept {
+// This thread's own shard, or another one that is free.
+BlockRecycler::Shard& BlockRecycler::LockShard() noexcept {
     constexpr std::uint32_t identifierStep = 4; // the system's identifiers are multiples of this
-    return shards_[platform::CurrentThreadId() / identifierStep % shardCount];
+    for (std::size_t i = platform::CurrentThreadId() / identifierStep;; ++i) {
+        Shard& shard = shards_[i % shardCount];
+        if (shard.mutex.try_lock())
+            return shard;
+        platform::SpinPause();
+    }
 }
 
 BlockRecycler::Batch BlockRecycler::TakeBatch() {
@@ -83,6 +86,18 @@ BlockRecycler::Batch BlockRecycler::TakeBatch() {
 
 void BlockRecycler::GiveBatch(const Batch& batch) noexcept {
     const std::lock_guard guard(mutex_);
+    Add(batch);
+}
+
+bool BlockRecycler::TryToGiveBatch(const Batch& batch) noexcept {
+    if (!mutex_.try_lock())
+        return false;
+    const std::lock_guard guard(mutex_, std::adopt_lock);
+    Add(batch);
+    return true;
+}
+
+void BlockRecycler::Add(const Batch& batch) noexcept {
     batch.first->batchCount = batch.count;
     batch.first->nextBatch = std::exchange(batches_, batch.first);
 }

@@ -26,6 +26,8 @@ public:
     /// A block, aligned like the largest power of two, up to 64, that divides the block size.
     /// Throws `std::bad_alloc`.
     void* Take();
+    /// Takes a block back. Never waits for another thread: when the process ends, threads may have
+    /// been killed inside a lock, and somebody's last ticket may go after that.
     void Give(void* block) noexcept;
 
     /// Gives memory that nobody uses back to the system. For a thread that has nothing to do: the
@@ -55,9 +57,11 @@ private:
     static constexpr std::size_t shardCount = 8;
     static constexpr std::size_t batchSize = 64;
 
-    Shard& ShardOfThisThread() noexcept;
+    Shard& LockShard() noexcept;
     Batch TakeBatch();
     void GiveBatch(const Batch& batch) noexcept;
+    bool TryToGiveBatch(const Batch& batch) noexcept;
+    void Add(const Batch& batch) noexcept;
     Batch CutSlab();
     Batch TakeAllFree() noexcept;
 
