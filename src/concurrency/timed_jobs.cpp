@@ -213,14 +213,15 @@ Nanoseconds TimedJobs::TimeToWait(TimePoint now) const noexcept {
 bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
     bool hasQueued = false;
     for (auto entry = entries_.begin(); entry != entries_.end();) {
+        const TimePoint now = clock_.Now();
         const Entry& timed = entry->second;
-        if (clock_.Now() - timed.lastRun < timed.interval || timed.IsRunning()) {
+        if (now - timed.lastRun < timed.interval || timed.IsRunning()) {
             ++entry;
             continue;
         }
         // The entries may change while the run is queued.
         const std::int32_t id = entry->first;
-        hasQueued = QueueRun(lock, *entry) || hasQueued;
+        hasQueued = QueueRun(lock, *entry, now) || hasQueued;
         entry = entries_.upper_bound(id);
     }
     return hasQueued;
@@ -228,14 +229,14 @@ bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
 
 // Releases the lock; `due` may be gone afterwards. When the run cannot be queued, because the queue
 // is gone or there is no memory, the job stays due.
-bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due) noexcept {
+bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) noexcept {
     const std::int32_t id = due.first;
-    const TimePoint now = clock_.Now();
+    std::shared_ptr<Registration> registration = due.second.registration;
+    std::shared_ptr<CJobQueue> queue;
     std::weak_ptr<Run> queuedRun;
     CJobTicket ticket;
-    std::shared_ptr<CJobQueue> queue;
     try {
-        auto run = std::make_shared<Run>(Run{due.second.registration});
+        auto run = std::make_shared<Run>(Run{registration});
         due.second.run = queuedRun = run;
         lock.unlock();
         queue = jobQueue.GetShared();
@@ -246,24 +247,23 @@ bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due) noexcept {
         // A queue that found no thread has kept the run all the same, and then it is alive.
     }
     const bool isQueued = ticket.State() != nullptr || !queuedRun.expired();
-    Entries::node_type ended;
     if (!lock.owns_lock())
         lock.lock();
+    Entries::node_type ended;
     if (const auto entry = entries_.find(id); entry != entries_.end()) {
         entry->second.ticket = ticket;
         if (isQueued)
             entry->second.lastRun = now;
         if (isQueued && !entry->second.repeat)
             ended = entries_.extract(entry);
-    } else if (queue != nullptr) {
-        // Unregistered meanwhile, by somebody who could not know this ticket.
-        lock.unlock();
-        Withdraw(*queue, ticket);
-        lock.lock();
     }
     lock.unlock();
-    ended = Entries::node_type();
+    // By somebody who could not know this ticket.
+    if (registration->isCancelled && queue != nullptr)
+        Withdraw(*queue, ticket);
+    registration.reset();
     queue.reset();
+    ended = Entries::node_type();
     lock.lock();
     return isQueued;
 }

@@ -65,7 +65,7 @@ private:
     bool WaitUntilDue(Lock& lock, Nanoseconds least) noexcept;
     Nanoseconds TimeToWait(TimePoint now) const noexcept;
     bool QueueDueRuns(Lock& lock) noexcept;
-    bool QueueRun(Lock& lock, Entries::value_type& due) noexcept;
+    bool QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) noexcept;
 
     thread::Clock& clock_;
 

@@ -213,14 +213,14 @@ TEST_F(TimedLoops, ARegistrationDuringTheLateReturnOfAnotherDoesNotCountOnALoopT
         if (call != 2)
             return true;
         isAsked.Set();
-        mayFail.Wait();
+        mayFail.Wait("the third registration");
         return false;
     };
     const auto pool =
         std::make_shared<CThreadPool>(1, [&, make = loopThreads.Function()](const Job& function) {
             std::unique_ptr<CThread> thread = make(function);
             if (loopThreads.Calls() == 1)
-                mayReturn.Wait();
+                mayReturn.Wait("the second registration");
             return thread;
         });
     threadPool = pool;
@@ -231,12 +231,12 @@ TEST_F(TimedLoops, ARegistrationDuringTheLateReturnOfAnotherDoesNotCountOnALoopT
     Event occupied, release;
     pool->Start([&] {
         occupied.Set();
-        release.Wait();
+        release.Wait("the loop that serves the third registration");
     });
     occupied.Wait();
 
     std::thread second([&] { EXPECT_THROW(Once(0ms, DoNothing), std::runtime_error); });
-    isAsked.Wait();
+    isAsked.Wait("the loop of the second registration");
     mayReturn.Set();
     first.join();
 
