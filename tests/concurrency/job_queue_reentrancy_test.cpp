@@ -143,9 +143,7 @@ TEST_F(JobQueueReentrancy, WhenAConditionSaysStart) {
 }
 
 TEST_F(JobQueueReentrancy, WhenAPoolHasRunAJob) {
-    Run([&] {
-        pool->Start([token = Token()] {}).Wait();
-    });
+    Run([&] { pool->Start([token = Token()] {}).Wait(); });
 }
 
 } // namespace
