@@ -1,6 +1,6 @@
 #include "concurrency/gate.h"
 
-#include <vector>
+#include <utility>
 
 namespace kq::concurrency {
 
@@ -33,13 +33,24 @@ void TicketClause::OnFinished(FinishCascade& cascade) noexcept {
 std::shared_ptr<Gate> Gate::Make(const std::shared_ptr<CJobTermsImpl>& terms) {
     if (terms == nullptr || !terms->condition)
         return nullptr;
-    std::vector<TicketCondition> parts;
-    if (!SplitIntoTicketConditions(terms->condition, parts))
-        return std::make_shared<Gate>(terms->condition);
-    auto gate = std::make_shared<Gate>(std::function<StartInfo()>());
-    for (TicketCondition& part : parts)
-        gate->clauses.emplace_front(std::move(part));
+    auto gate = MakeRecycled<Gate>();
+    if (!gate->AddClauses(terms->condition)) {
+        gate->clauses.clear();
+        gate->condition = terms->condition;
+    }
     return gate;
+}
+
+// Takes the terms apart into the ticket conditions whose conjunction they are. Returns false when
+// they have an opaque part.
+bool Gate::AddClauses(const std::function<StartInfo()>& terms) {
+    if (const auto* const tickets = terms.target<TicketCondition>()) {
+        clauses.emplace_front(*tickets);
+        return true;
+    }
+    if (const auto* const both = terms.target<Conjunction>())
+        return AddClauses(both->left->condition) && AddClauses(both->right->condition);
+    return false;
 }
 
 StartInfo Gate::Ask() {

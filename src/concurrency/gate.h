@@ -4,13 +4,13 @@
 #include <kq/concurrency/job_terms.h>
 
 #include "concurrency/job_state.h"
+#include "concurrency/recycling.h"
 #include "concurrency/ticket_condition.h"
 
 #include <cstddef>
 #include <forward_list>
 #include <functional>
 #include <memory>
-#include <utility>
 
 namespace kq::concurrency {
 
@@ -20,7 +20,7 @@ class Gate;
 /// One ticket condition of a job: hangs on the one job that it waits for now.
 class TicketClause final : public Dependent {
 public:
-    explicit TicketClause(TicketCondition condition) noexcept : cursor_(std::move(condition)) {}
+    explicit TicketClause(const TicketCondition& condition) noexcept : cursor_(condition) {}
 
     /// What the condition answers now; hangs on nothing.
     StartInfo Ask() noexcept { return cursor_.Advance(); }
@@ -66,17 +66,18 @@ public:
     /// What the terms answer now. Not once the queue has hung it on tickets.
     StartInfo Ask();
 
-    explicit Gate(std::function<StartInfo()> theCondition) : condition(std::move(theCondition)) {}
-
     /// Asked when the condition is opaque; empty otherwise.
-    const std::function<StartInfo()> condition;
-    std::forward_list<TicketClause> clauses;
+    std::function<StartInfo()> condition;
+    std::forward_list<TicketClause, RecyclingAllocator<TicketClause>> clauses;
     std::size_t openClauses = 0; ///< those that wait still
 
     /// The job behind it; null once that was taken out of the queue.
     CQueueJobAdapter* job = nullptr;
     /// Kept alive, because a job that this one waited for may finish late.
     std::shared_ptr<GateKeeper> keeper;
+
+private:
+    bool AddClauses(const std::function<StartInfo()>& terms);
 };
 
 } // namespace kq::concurrency

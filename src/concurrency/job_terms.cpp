@@ -1,5 +1,6 @@
 #include <kq/concurrency/job_terms.h>
 
+#include "concurrency/recycling.h"
 #include "concurrency/term_constants.h"
 #include "concurrency/ticket_condition.h"
 
@@ -29,15 +30,9 @@ Constant inUIAsyncStorage;
 Constant isBlockingStorage;
 
 std::shared_ptr<CJobTermsImpl> WithCondition(std::function<StartInfo()> condition) {
-    auto terms = std::make_shared<CJobTermsImpl>();
+    auto terms = MakeRecycled<CJobTermsImpl>();
     terms->condition = std::move(condition);
     return terms;
-}
-
-std::shared_ptr<CJobTermsImpl> WithTickets(TicketCondition::Requires what,
-                                           const std::vector<CJobTicket>& tickets) {
-    return WithCondition(
-        TicketCondition{what, std::make_shared<const std::vector<CJobTicket>>(tickets)});
 }
 
 } // namespace
@@ -56,19 +51,19 @@ void ConstructTermConstants() noexcept {
 }
 
 std::shared_ptr<CJobTermsImpl> after(const CJobTicket& ticket) {
-    return after(std::vector<CJobTicket>{ticket});
+    return WithCondition(TicketCondition(TicketCondition::Requires::Finished, ticket));
 }
 
 std::shared_ptr<CJobTermsImpl> after(const std::vector<CJobTicket>& tickets) {
-    return WithTickets(TicketCondition::Requires::Finished, tickets);
+    return WithCondition(TicketCondition(TicketCondition::Requires::Finished, tickets));
 }
 
 std::shared_ptr<CJobTermsImpl> dependsOn(const CJobTicket& ticket) {
-    return dependsOn(std::vector<CJobTicket>{ticket});
+    return WithCondition(TicketCondition(TicketCondition::Requires::Done, ticket));
 }
 
 std::shared_ptr<CJobTermsImpl> dependsOn(const std::vector<CJobTicket>& tickets) {
-    return WithTickets(TicketCondition::Requires::Done, tickets);
+    return WithCondition(TicketCondition(TicketCondition::Requires::Done, tickets));
 }
 
 std::shared_ptr<CJobTermsImpl> condition(const std::function<StartInfo()>& function) {
@@ -81,7 +76,7 @@ std::shared_ptr<CJobTermsImpl> operator&(const std::shared_ptr<CJobTermsImpl>& l
         return right;
     if (!right)
         return left;
-    auto both = std::make_shared<CJobTermsImpl>();
+    auto both = MakeRecycled<CJobTermsImpl>();
     both->uiThread = left->uiThread || right->uiThread;
     both->blocking = left->blocking || right->blocking;
     if (left->condition && right->condition)

@@ -7,9 +7,8 @@ namespace kq::concurrency {
 StartInfo TicketCondition::operator()() const { return TicketCursor(*this).Advance(); }
 
 StartInfo TicketCursor::Advance() noexcept {
-    const std::vector<CJobTicket>& tickets = *condition_.tickets;
-    for (; next_ != tickets.size(); ++next_) {
-        if (!tickets[next_].State())
+    for (; next_ != condition_.Count(); ++next_) {
+        if (!condition_[next_].State())
             continue;
         const JobStatus status = Current().Status();
         if (status == JobStatus::Pending || status == JobStatus::Running)
@@ -28,18 +27,6 @@ StartInfo Conjunction::operator()() const {
     if (first != StartInfo::Start || second != StartInfo::Start)
         return StartInfo::Postpone;
     return StartInfo::Start;
-}
-
-bool SplitIntoTicketConditions(const std::function<StartInfo()>& condition,
-                               std::vector<TicketCondition>& parts) {
-    if (const auto* const tickets = condition.target<TicketCondition>()) {
-        parts.push_back(*tickets);
-        return true;
-    }
-    if (const auto* const both = condition.target<Conjunction>())
-        return SplitIntoTicketConditions(both->left->condition, parts) &&
-               SplitIntoTicketConditions(both->right->condition, parts);
-    return false;
 }
 
 } // namespace kq::concurrency

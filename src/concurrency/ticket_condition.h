@@ -3,6 +3,9 @@
 
 #include <kq/concurrency/job_terms.h>
 
+#include "concurrency/recycling.h"
+
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -19,23 +22,43 @@ struct TicketCondition {
         Done,     ///< every job is done; dropped otherwise
     };
 
-    Requires what;
-    std::shared_ptr<const std::vector<CJobTicket>> tickets;
+    TicketCondition(Requires theWhat, const CJobTicket& theTicket) noexcept
+        : what(theWhat), ticket(theTicket) {}
+    TicketCondition(Requires theWhat, const std::vector<CJobTicket>& theTickets)
+        : what(theWhat), list(std::make_shared<const std::vector<CJobTicket>>(theTickets)) {}
 
     StartInfo operator()() const;
+
+    std::size_t Count() const noexcept { return list != nullptr ? list->size() : 1; }
+    const CJobTicket& operator[](std::size_t index) const noexcept {
+        return list != nullptr ? (*list)[index] : ticket;
+    }
+
+    // A `std::function` has no room for it, and gets it from here.
+    static void* operator new(std::size_t size) { return RecyclerFor(size).Take(); }
+    static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
+    static void operator delete(void* block, std::size_t size) noexcept {
+        RecyclerFor(size).Give(block);
+    }
+    static void operator delete(void* /*block*/, void* /*place*/) noexcept {}
+
+    Requires what;
+    /// The only ticket, if there is no list.
+    CJobTicket ticket;
+    std::shared_ptr<const std::vector<CJobTicket>> list;
 };
 
 /// Walks the tickets of one condition, each once, in the order of the list: the first one that does
 /// not satisfy it decides.
 class TicketCursor {
 public:
-    explicit TicketCursor(TicketCondition condition) noexcept : condition_(std::move(condition)) {}
+    explicit TicketCursor(const TicketCondition& condition) noexcept : condition_(condition) {}
 
     /// `Start` when every ticket satisfies the condition, `Drop` when the first that does not never
     /// will, `Postpone` when it is unfinished: `Current()` is then the job to wait for.
     StartInfo Advance() noexcept;
 
-    CJobState& Current() const noexcept { return *(*condition_.tickets)[next_].State(); }
+    CJobState& Current() const noexcept { return *condition_[next_].State(); }
 
 private:
     TicketCondition condition_;
@@ -49,10 +72,5 @@ struct Conjunction {
 
     StartInfo operator()() const;
 };
-
-/// Takes `condition` apart into the ticket conditions whose conjunction it is. Returns false when
-/// it has an opaque part, which has to be polled.
-bool SplitIntoTicketConditions(const std::function<StartInfo()>& condition,
-                               std::vector<TicketCondition>& parts);
 
 } // namespace kq::concurrency
