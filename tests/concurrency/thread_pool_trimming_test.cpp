@@ -44,9 +44,9 @@ private:
     std::atomic<std::int64_t> seconds_{1000};
 };
 
-class ThreadPoolIdle : public testing::Test {
+class ThreadPoolTrimming : public testing::Test {
 protected:
-    ~ThreadPoolIdle() override {
+    ~ThreadPoolTrimming() override {
         if (pool)
             pool->ShutDown();
     }
@@ -77,7 +77,7 @@ protected:
     std::shared_ptr<ThreadPoolCore> pool;
 };
 
-TEST_F(ThreadPoolIdle, SurplusThreadsEndAfterTheIdleTime) {
+TEST_F(ThreadPoolTrimming, SurplusThreadsEndAfterTheIdleTime) {
     MakePool(1, 10s);
     UseThreads(3);
     ASSERT_TRUE(BecomesSpare(3));
@@ -96,7 +96,7 @@ TEST_F(ThreadPoolIdle, SurplusThreadsEndAfterTheIdleTime) {
     EXPECT_EQ(pool->ThreadCount(), 1U);
 }
 
-TEST_F(ThreadPoolIdle, AThreadThatEndsRemovesThoseThatEndedBefore) {
+TEST_F(ThreadPoolTrimming, AThreadThatEndsRemovesThoseThatEndedBefore) {
     MakePool(1, 10s);
     UseThreads(4);
     ASSERT_TRUE(BecomesSpare(4));
@@ -111,7 +111,7 @@ TEST_F(ThreadPoolIdle, AThreadThatEndsRemovesThoseThatEndedBefore) {
     }));
 }
 
-TEST_F(ThreadPoolIdle, NoThreadsEndWhileTheyAreWithinTheLimit) {
+TEST_F(ThreadPoolTrimming, NoThreadsEndWhileTheyAreWithinTheLimit) {
     MakePool(3, 10s);
     UseThreads(3);
     ASSERT_TRUE(BecomesSpare(3));
@@ -120,7 +120,7 @@ TEST_F(ThreadPoolIdle, NoThreadsEndWhileTheyAreWithinTheLimit) {
     EXPECT_EQ(factory.Calls(), 3U);
 }
 
-TEST_F(ThreadPoolIdle, AThreadThatHasGivenUpIsReplacedWhenNeeded) {
+TEST_F(ThreadPoolTrimming, AThreadThatHasGivenUpIsReplacedWhenNeeded) {
     MakePool(1, 10s);
     UseThreads(2);
     ASSERT_TRUE(BecomesSpare(2));
@@ -130,7 +130,7 @@ TEST_F(ThreadPoolIdle, AThreadThatHasGivenUpIsReplacedWhenNeeded) {
     EXPECT_EQ(factory.Calls(), 3U);
 }
 
-TEST_F(ThreadPoolIdle, ANegativeIdleTimeIsAsNone) {
+TEST_F(ThreadPoolTrimming, ANegativeIdleTimeIsAsNone) {
     for (const int idle : {-1, std::numeric_limits<int>::min(), 0}) {
         MakePool(1, std::chrono::duration<int>(idle));
         UseThreads(3);
@@ -141,7 +141,7 @@ TEST_F(ThreadPoolIdle, ANegativeIdleTimeIsAsNone) {
     }
 }
 
-TEST_F(ThreadPoolIdle, TheLongestIdleTimeNeverEnds) {
+TEST_F(ThreadPoolTrimming, TheLongestIdleTimeNeverEnds) {
     MakePool(1, std::chrono::duration<int>(std::numeric_limits<int>::max()));
     UseThreads(3);
     ASSERT_TRUE(BecomesSpare(3));
