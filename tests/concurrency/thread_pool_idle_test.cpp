@@ -172,13 +172,14 @@ TEST_F(ThreadPoolIdle, TheLongestIdleTimeDoesNotOverflow) {
 }
 
 TEST_F(ThreadPoolIdle, AJobThatComesInTheMomentTheIdleTimeEndsIsTaken) {
-    MakePool(1, Seconds(10));
     for (int round = 0; round != 200; ++round) {
+        MakePool(1, Seconds(10));
         RunAtOnce(2);
         clock.AwaitWaiters(2);
         std::thread turning([this] { clock.Advance(10s); });
         RunAtOnce(2);
         turning.join();
+        pool->ShutDown();
     }
 }
 
