@@ -173,10 +173,9 @@ void TimedJobs::RunLoop(Loop& loop) noexcept {
     loop.isSettled = true;
     loopSettled_.notify_all();
     while (!entries_.empty()) {
-        if (!WaitUntilDue(lock, least))
-            continue;
         // A job that is due but still runs would make this loop spin.
-        least = QueueDueRuns(lock) ? Nanoseconds::zero() : leastAfterIdlePass;
+        least = WaitUntilDue(lock, least) && !QueueDueRuns(lock) ? leastAfterIdlePass
+                                                                 : Nanoseconds::zero();
     }
     loop_.reset();
 }

@@ -42,7 +42,7 @@ protected:
 
     /// Uses every operation of the scheduler, each of which takes its lock.
     void UseScheduler() {
-        const TimedJobTicket ticket = Once(1h, DoNothing);
+        const TimedJobTicket ticket = scheduler->Register(DoNothing, 1h, false);
         EXPECT_TRUE(scheduler->IsIdle(ticket));
         EXPECT_TRUE(scheduler->Unregister(ticket));
         uses.Add();

@@ -234,6 +234,23 @@ TEST_F(TimedWaits, AnIntervalOfZeroIsDueAtOnce) {
     EXPECT_EQ(Taken(), (Notes{"A0"}));
 }
 
+TEST_F(TimedWaits, AnIntervalOfZeroIsDueAtOnceThoughTheLoopRestsFromAPassInVain) {
+    Counter runs;
+    Event release;
+    Repeat(0ms, [&](const TimedJobTicket&) {
+        runs.Add();
+        release.Wait();
+    });
+    runs.WaitFor(1);
+    AwaitSleepUntil(1ms);
+    const auto occupied = kq::concurrency::jobQueue.GetShared();
+    const auto otherPool = std::make_shared<kq::concurrency::CThreadPool>(1);
+    kq::concurrency::jobQueue = std::make_shared<kq::concurrency::CJobQueue>(otherPool, 1);
+    Once(0ms, Noting("B"));
+    AwaitNotes(1);
+    release.Set();
+}
+
 TEST_F(TimedWaits, ANegativeIntervalCountsAsZero) {
     for (const Milliseconds interval : {-1ms, Milliseconds::min()}) {
         notes.clear();

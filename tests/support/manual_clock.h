@@ -36,6 +36,7 @@ public:
             const std::lock_guard guard(mutex_);
             if (deadline <= now_)
                 return;
+            ++waits_;
             waiters_.push_back(&waiter);
             changed_.notify_all();
         }
@@ -81,10 +82,22 @@ public:
         Await("threads that wait on the clock", [&] { return waiters_.size() == count; });
     }
 
-    /// Blocks until a thread waits until `deadline` and no other thread waits.
+    /// Blocks until a thread waits until `deadline` and no other thread waits. One that was
+    /// notified counts until it runs: whoever notifies counts the waits instead.
     void AwaitWaitUntil(TimePoint deadline) const {
         Await("a thread that waits for its time",
               [&] { return waiters_.size() == 1 && waiters_.front()->deadline == deadline; });
+    }
+
+    /// How many waits have begun.
+    std::size_t Waits() const {
+        const std::lock_guard guard(mutex_);
+        return waits_;
+    }
+
+    /// Blocks until more than `count` waits have begun.
+    void AwaitMoreWaits(std::size_t count) const {
+        Await("one more wait on the clock", [&] { return waits_ > count; });
     }
 
     /// How often the clock was read.
@@ -111,6 +124,7 @@ private:
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     mutable std::size_t reads_ = 0;
+    std::size_t waits_ = 0;
     TimePoint now_{std::chrono::hours(1)};
     std::list<Waiter*> waiters_;
 };

@@ -52,8 +52,15 @@ protected:
         kq::concurrency::jobQueue = std::make_shared<kq::concurrency::CJobQueue>(runPool, 1);
     }
 
+    /// Registers a timed job while the loop sleeps or there is none, and returns when the loop has
+    /// taken notice and sleeps again, unless the job is due at once. A loop that were slow to take
+    /// notice would compute its wait at a later time.
     Ticket Register(Callback callback, Milliseconds interval, bool repeat) {
-        return scheduler->Register(std::move(callback), interval, repeat);
+        const std::size_t waits = clock.Waits();
+        Ticket ticket = scheduler->Register(std::move(callback), interval, repeat);
+        if (interval > interval.zero())
+            clock.AwaitMoreWaits(waits);
+        return ticket;
     }
     Ticket Once(Milliseconds interval, Callback callback) {
         return Register(std::move(callback), interval, false);
