@@ -10,7 +10,8 @@ tree=$(windows_path "$folder/tree")
 
 # Everything that it writes to the terminal, up to the line of the work that would take hours.
 coproc terminal {
-    script --quiet --return --flush --command "'$wine_run' '$KQ_BIN/find_duplicates.exe' '$tree'" /dev/null
+    # Without `exec` a shell in between would die of the Ctrl-C itself.
+    script --quiet --return --flush --command "exec '$wine_run' '$KQ_BIN/find_duplicates.exe' '$tree'" /dev/null
 }
 # shellcheck disable=SC2154 # bash sets it
 pid=$terminal_PID
