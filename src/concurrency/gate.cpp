@@ -48,9 +48,16 @@ bool Gate::AddClauses(const std::function<StartInfo()>& terms) {
         clauses.emplace_front(*tickets);
         return true;
     }
-    if (const auto* const both = terms.target<Conjunction>())
-        return AddClauses(both->left->condition) && AddClauses(both->right->condition);
-    return false;
+    const auto* const both = terms.target<Conjunction>();
+    if (both == nullptr)
+        return false;
+    for (const std::function<StartInfo()>* part : both->Parts()) {
+        const auto* const tickets = part->target<TicketCondition>();
+        if (tickets == nullptr)
+            return false;
+        clauses.emplace_front(*tickets);
+    }
+    return true;
 }
 
 StartInfo Gate::Ask() {

@@ -59,7 +59,10 @@ std::shared_ptr<CQueueJobAdapter> LaneCore::NextJob(Lock& lock) noexcept {
         std::shared_ptr<CQueueJobAdapter> job =
             jobs_.HasPolled() ? jobs_.Poll(lock, dropped) : jobs_.TakeFirstReady();
         if (job != nullptr || !dropped.IsEmpty()) {
-            // To end a job runs destructors, which is not looking for work either.
+            // To end a job runs destructors, which is not looking for work either, and may even be
+            // waiting for the job that was found.
+            if (job != nullptr && !dropped.IsEmpty())
+                jobs_.PutBack(std::move(job));
             --lookingCount_;
             const Help help = NeededHelp();
             lock.unlock();

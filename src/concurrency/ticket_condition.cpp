@@ -19,14 +19,56 @@ StartInfo TicketCursor::Advance() noexcept {
     return StartInfo::Start;
 }
 
+// Takes the tree apart that only this object holds: brings the left branches up one by one, as long
+// as there are any, and goes on with the right one.
+Conjunction::~Conjunction() {
+    for (;;) {
+        if (Conjunction* const below = SoleConjunction(left_)) {
+            std::shared_ptr<CJobTermsImpl> node = std::move(left_);
+            left_ = std::move(below->left_);
+            below->left_ = std::move(below->right_);
+            below->right_ = std::move(right_);
+            right_ = std::move(node);
+        } else if (Conjunction* const next = SoleConjunction(right_)) {
+            const std::shared_ptr<CJobTermsImpl> node = std::move(right_);
+            left_ = std::move(next->left_);
+            right_ = std::move(next->right_);
+        } else {
+            return;
+        }
+    }
+}
+
+Conjunction* Conjunction::SoleConjunction(const std::shared_ptr<CJobTermsImpl>& terms) noexcept {
+    return terms.use_count() == 1 ? terms->condition.target<Conjunction>() : nullptr;
+}
+
+std::vector<const std::function<StartInfo()>*> Conjunction::Parts() const {
+    std::vector<const std::function<StartInfo()>*> parts;
+    std::vector<const CJobTermsImpl*> ahead{right_.get(), left_.get()};
+    while (!ahead.empty()) {
+        const std::function<StartInfo()>& condition = ahead.back()->condition;
+        ahead.pop_back();
+        if (const auto* const both = condition.target<Conjunction>()) {
+            ahead.push_back(both->right_.get());
+            ahead.push_back(both->left_.get());
+        } else {
+            parts.push_back(&condition);
+        }
+    }
+    return parts;
+}
+
 StartInfo Conjunction::operator()() const {
-    const StartInfo first = left->condition();
-    const StartInfo second = right->condition();
-    if (first == StartInfo::Drop || second == StartInfo::Drop)
-        return StartInfo::Drop;
-    if (first != StartInfo::Start || second != StartInfo::Start)
-        return StartInfo::Postpone;
-    return StartInfo::Start;
+    StartInfo both = StartInfo::Start;
+    for (const std::function<StartInfo()>* part : Parts()) {
+        const StartInfo answer = (*part)();
+        if (answer == StartInfo::Drop)
+            both = StartInfo::Drop;
+        else if (answer != StartInfo::Start && both == StartInfo::Start)
+            both = StartInfo::Postpone;
+    }
+    return both;
 }
 
 } // namespace kq::concurrency

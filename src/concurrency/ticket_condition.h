@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace kq::concurrency {
@@ -65,12 +66,26 @@ private:
     std::size_t next_ = 0;
 };
 
-/// The condition of terms that were combined with `&`, both of which have one.
-struct Conjunction {
-    std::shared_ptr<CJobTermsImpl> left;
-    std::shared_ptr<CJobTermsImpl> right;
+/// The condition of terms that were combined with `&`, both of which have one. Terms that were
+/// folded together one by one are as deep as there are of them, so nothing here is recursive.
+class Conjunction {
+public:
+    Conjunction(std::shared_ptr<CJobTermsImpl> left, std::shared_ptr<CJobTermsImpl> right) noexcept
+        : left_(std::move(left)), right_(std::move(right)) {}
+    Conjunction(const Conjunction&) = default;
+    Conjunction& operator=(const Conjunction&) = delete;
+    ~Conjunction();
+
+    /// The conditions that it is made of and that are no conjunctions, from left to right.
+    std::vector<const std::function<StartInfo()>*> Parts() const;
 
     StartInfo operator()() const;
+
+private:
+    static Conjunction* SoleConjunction(const std::shared_ptr<CJobTermsImpl>& terms) noexcept;
+
+    std::shared_ptr<CJobTermsImpl> left_;
+    std::shared_ptr<CJobTermsImpl> right_;
 };
 
 } // namespace kq::concurrency

@@ -82,6 +82,23 @@ TEST(JobQueueDispatchers, AJobStartsWhileTheDestructorOfADroppedPolledOneWaitsFo
     EXPECT_TRUE(hasRun);
 }
 
+// The pass that drops the one job finds that the other one may start.
+TEST(JobQueueDispatchers, AJobStartsWhileTheDestructorOfOneDroppedInTheSamePassWaitsForIt) {
+    Event asked, answer, hasRun;
+    CJobQueue queue(std::make_shared<CThreadPool>(2), 1);
+    const CJobTicket dropped = queue.Queue(
+        [held = kq_test::OnDestruction([&] { hasRun.Wait("the job"); })] {}, condition([&] {
+            asked.Set();
+            answer.Wait();
+            return StartInfo::Drop;
+        }));
+    asked.Wait();
+    queue.Queue([&] { hasRun.Set(); });
+    answer.Set();
+    dropped.Wait();
+    EXPECT_TRUE(hasRun.IsSet());
+}
+
 // The second dispatcher has nothing to do for the moment, while the first one runs a job: it must
 // not go, because that job waits for one that only it can run.
 TEST(JobQueueDispatchers, ADispatcherStaysWhileTheOtherOnesOnlyRunJobs) {

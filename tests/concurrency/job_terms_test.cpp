@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -235,6 +236,45 @@ TEST(JobTermsConjunction, HoldsItsParts) {
     EXPECT_EQ(Ask(both), StartInfo::Drop);
     both.reset();
     EXPECT_TRUE(left.expired() && right.expired());
+}
+
+// Folded from either end, and both ends together.
+TEST(JobTermsConjunction, ManyTermsCanBeFoldedTogether) {
+    constexpr int many = 100'000;
+    std::atomic<int> asked{0};
+    const Terms single = condition([&] {
+        ++asked;
+        return StartInfo::Start;
+    });
+    Terms fromLeft, fromRight;
+    for (int i = 0; i != many; ++i) {
+        fromLeft = fromLeft & single;
+        fromRight = single & fromRight;
+    }
+    Terms both = fromLeft & fromRight;
+    fromLeft.reset();
+    fromRight.reset();
+    EXPECT_EQ(Ask(both), StartInfo::Start);
+    EXPECT_EQ(asked, 2 * many);
+    both.reset();
+    EXPECT_EQ(single.use_count(), 1);
+}
+
+TEST(JobTermsConjunction, AJobMayWaitForManyTicketsThatWereFoldedTogether) {
+    constexpr int many = 100'000;
+    Event release;
+    CJobQueue queue(std::make_shared<CThreadPool>(2), 1);
+    const CJobTicket running = queue.Queue([&] { release.Wait(); });
+    Terms terms;
+    for (int i = 0; i != many; ++i)
+        terms = terms & after(running);
+    const CJobTicket waiting = queue.Queue([] {}, terms);
+    const CJobTicket polled = queue.Queue([] {}, terms & Answering(StartInfo::Start));
+    terms.reset();
+    EXPECT_FALSE(waiting.Wait(0));
+    release.Set();
+    waiting.Wait();
+    polled.Wait();
 }
 
 TEST(JobTermsConjunction, AnAnswerThatIsNoneOfTheThreePostpones) {
