@@ -87,6 +87,8 @@ void DrainServices() {
     }
     uiJobQueue.Reset();
     threadPool.Reset();
+    // A job may have started it again, and its loop would never leave the pool.
+    ShutdownJobScheduler();
     if (pool != nullptr)
         CThreadPoolImpl::Of(*pool).core->ShutDown();
 }

@@ -5,6 +5,9 @@
 #include "concurrency/recycling.h"
 #include "concurrency/ui_job_queue_impl.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <utility>
 
 namespace kq::concurrency {
@@ -27,12 +30,17 @@ std::shared_ptr<CUIJobQueueImpl> InstalledUIQueue() {
     }
 }
 
+/// The product, or as much as can be counted.
+std::size_t SaturatedProduct(std::size_t count, unsigned int factor) {
+    constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
+    return factor != 0 && count > most / factor ? most : count * factor;
+}
+
 } // namespace
 
 CJobQueueImpl::CJobQueueImpl(std::shared_ptr<CThreadPool> pool, unsigned int blockingFactor)
     : normalQueue_(pool, pool->MaxSpareThreadCount()),
-      // In 64 bits: the product of a count and any factor fits.
-      blockingQueue_(pool, pool->MaxSpareThreadCount() * std::size_t{blockingFactor}) {}
+      blockingQueue_(pool, SaturatedProduct(pool->MaxSpareThreadCount(), blockingFactor)) {}
 
 CJobTicket CJobQueueImpl::Queue(Job&& job, const std::shared_ptr<CJobTermsImpl>& terms) {
     auto adapter = MakeRecycled<CQueueJobAdapter>(std::move(job), Gate::Make(terms));
@@ -50,12 +58,26 @@ bool CJobQueueImpl::Remove(const CJobTicket& ticket) {
            blockingQueue_.Remove(ticket);
 }
 
+// A job of one lane may submit one to the other, so looking at one after the other says nothing
+// about both, unless nothing was submitted from the first look to the last.
+bool CJobQueueImpl::IsIdle() const noexcept {
+    const std::uint64_t before = QueuedCount();
+    return normalQueue_.IsIdle() && blockingQueue_.IsIdle() && QueuedCount() == before;
+}
+
 void CJobQueueImpl::Drain() {
-    // Twice around, because a job of one lane may have submitted one to the other.
-    for (int round = 0; round != 2; ++round) {
+    for (std::uint64_t before = 0, after = QueuedCount();;) {
+        before = after;
         blockingQueue_.Drain();
         normalQueue_.Drain();
+        after = QueuedCount();
+        if (after == before)
+            return;
     }
+}
+
+std::uint64_t CJobQueueImpl::QueuedCount() const noexcept {
+    return normalQueue_.QueuedCount() + blockingQueue_.QueuedCount();
 }
 
 CJobQueue::CJobQueue(unsigned int blockingFactor)
@@ -64,7 +86,8 @@ CJobQueue::CJobQueue(unsigned int blockingFactor)
 CJobQueue::CJobQueue(std::shared_ptr<CThreadPool> pool, unsigned int blockingFactor)
     : impl_(std::make_unique<CJobQueueImpl>(std::move(pool), blockingFactor)) {}
 
-CJobQueue::~CJobQueue() = default;
+// Both lanes are whole until every job has ended.
+CJobQueue::~CJobQueue() { impl_->Drain(); }
 
 CJobTicket CJobQueue::Queue(const Job& job, const std::shared_ptr<CJobTermsImpl>& terms) {
     return impl_->Queue(Job(job), terms);

@@ -5,6 +5,7 @@
 
 #include "concurrency/thread_job_queue.h"
 
+#include <cstdint>
 #include <memory>
 
 namespace kq::concurrency {
@@ -19,12 +20,14 @@ public:
     bool Remove(const CJobTicket& ticket);
 
     /// Whether nothing is pending or running.
-    bool IsIdle() const noexcept { return normalQueue_.IsIdle() && blockingQueue_.IsIdle(); }
+    bool IsIdle() const noexcept;
 
     /// Waits until every job has run or was dropped, those included that running jobs submit.
     void Drain();
 
 private:
+    std::uint64_t QueuedCount() const noexcept;
+
     // The blocking lane is destroyed first.
     CThreadJobQueue normalQueue_;
     CThreadJobQueue blockingQueue_;

@@ -59,6 +59,11 @@ bool LaneCore::IsIdle() const noexcept {
     return jobs_.IsEmpty() && activeCount_ + startingCount_ == 0;
 }
 
+std::uint64_t LaneCore::QueuedCount() const noexcept {
+    const std::lock_guard guard(mutex_);
+    return jobs_.EnteredCount();
+}
+
 void LaneCore::Drain() {
     if (thread::platform::ProcessIsEnding())
         return;
@@ -76,7 +81,9 @@ void LaneCore::Drain() {
             StartDispatcher();
         } catch (...) {
             lock.lock();
-            jobs_.DropAll(cascade);
+            // A dispatcher that was given up earlier may have found a thread meanwhile.
+            if (activeCount_ + startingCount_ == 0)
+                jobs_.DropAll(cascade);
             lock.unlock();
         }
         cascade.Run();

@@ -10,6 +10,7 @@
 #include "thread/mutex.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 namespace kq::concurrency {
@@ -38,6 +39,9 @@ public:
 
     /// Whether nothing is pending and no dispatcher is left.
     bool IsIdle() const noexcept;
+
+    /// How many jobs were ever queued.
+    std::uint64_t QueuedCount() const noexcept;
 
     /// Waits until nothing is pending and no dispatcher is left. Jobs for which no thread can be
     /// made end as removed.

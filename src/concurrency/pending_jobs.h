@@ -39,6 +39,9 @@ public:
     bool HasReady() const noexcept { return !ready_.IsEmpty(); }
     bool HasPolled() const noexcept { return !polled_.IsEmpty(); }
 
+    /// How many jobs have ever entered.
+    std::uint64_t EnteredCount() const noexcept { return nextSequence_; }
+
     /// Grows with every job that becomes ready or polled. May be read without the mutex.
     std::uint32_t Arrivals() const noexcept { return arrivals_.load(std::memory_order_relaxed); }
 

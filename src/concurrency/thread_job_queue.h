@@ -7,6 +7,7 @@
 #include "concurrency/lane.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -32,6 +33,9 @@ public:
 
     /// Whether nothing is pending and no dispatcher is left.
     bool IsIdle() const noexcept { return lane_->IsIdle(); }
+
+    /// How many jobs were ever queued.
+    std::uint64_t QueuedCount() const noexcept { return lane_->QueuedCount(); }
 
     /// Waits until nothing is pending and no dispatcher is left.
     void Drain() { lane_->Drain(); }

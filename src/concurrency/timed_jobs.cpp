@@ -74,55 +74,56 @@ TimedJobTicket TimedJobs::Register(std::function<void(const TimedJobTicket&)> jo
 
     Lock lock(mutex_);
     Entries::node_type entry = made.extract(made.begin());
-    entry.key() = ticket->id = registration->id = ++lastId;
+    const std::int32_t id = ++lastId;
+    entry.key() = ticket->id = registration->id = id;
     entry.mapped().lastRun = clock_.Now();
     entries_.insert(std::move(entry));
-    while (loopState_ == LoopState::IsStarting)
-        loopStarted_.wait(lock);
-    if (loopState_ == LoopState::None) {
-        try {
-            StartLoop(lock);
-        } catch (...) {
-            lock.unlock();
-            Unregister(ticket->id);
-            throw;
-        }
-    }
     NotifyLoop();
+    // A loop that somebody else is starting will serve this job, unless it cannot be started.
+    while (loop_ != nullptr && !loop_->isSettled)
+        loopSettled_.wait(lock);
+    if (loop_ != nullptr || entries_.count(id) == 0)
+        return ticket;
+    try {
+        StartLoop(lock);
+    } catch (...) {
+        lock.unlock();
+        Unregister(id);
+        throw;
+    }
     return ticket;
 }
 
 // The lock is released meanwhile: making a thread takes its time, and may fail.
 void TimedJobs::StartLoop(Lock& lock) {
-    const auto start = std::make_shared<LoopStart>();
-    loopState_ = LoopState::IsStarting;
-    const CJobTicket previous = loop_;
+    const auto loop = std::make_shared<Loop>();
+    loop_ = loop;
+    const CJobTicket previous = lastLoop_;
     lock.unlock();
-    CJobTicket started;
+    CJobTicket ticket;
     std::exception_ptr error;
     try {
         const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
-        started = (pool != nullptr ? *pool : threadPool.Get())
-                      .Start([self = shared_from_this(), start, previous] {
-                          std::optional<std::string> ignored;
-                          previous.Wait(ignored);
-                          self->RunLoop(*start);
-                      });
+        ticket = (pool != nullptr ? *pool : threadPool.Get())
+                     .Start([self = shared_from_this(), loop, previous] {
+                         std::optional<std::string> ignored;
+                         previous.Wait(ignored);
+                         self->RunLoop(*loop);
+                     });
     } catch (...) {
         error = std::current_exception();
     }
     lock.lock();
-    loopStarted_.notify_all();
-    if (error && !start->hasBegun) {
+    loopSettled_.notify_all();
+    if (error && !loop->isSettled) {
         // The pool keeps the loop, and may find a thread for it much later.
-        start->isGivenUp = true;
-        loopState_ = LoopState::None;
+        loop_.reset();
         std::rethrow_exception(error);
     }
-    loop_ = std::move(started);
-    // Unless it has begun, found nothing, and ended by now.
-    if (loopState_ == LoopState::IsStarting)
-        loopState_ = LoopState::Runs;
+    loop->isSettled = true;
+    // By now it may have ended, and others may have come.
+    if (loop_ == loop)
+        lastLoop_ = std::move(ticket);
 }
 
 void TimedJobs::NotifyLoop() noexcept {
@@ -163,20 +164,20 @@ bool TimedJobs::Entry::IsRunning() const noexcept {
     return !run.expired() || (ticket.State() != nullptr && !ticket.State()->IsFinished());
 }
 
-void TimedJobs::RunLoop(LoopStart& start) noexcept {
+void TimedJobs::RunLoop(Loop& loop) noexcept {
     constexpr std::chrono::milliseconds leastAfterIdlePass(1);
     Nanoseconds least = Nanoseconds::zero();
     Lock lock(mutex_);
-    if (start.isGivenUp)
-        return;
-    start.hasBegun = true;
+    if (loop_.get() != &loop)
+        return; // given up at its start
+    loop.isSettled = true;
+    loopSettled_.notify_all();
     while (!entries_.empty()) {
-        if (!WaitUntilDue(lock, least))
-            continue;
         // A job that is due but still runs would make this loop spin.
-        least = QueueDueRuns(lock) ? Nanoseconds::zero() : leastAfterIdlePass;
+        least = WaitUntilDue(lock, least) && !QueueDueRuns(lock) ? leastAfterIdlePass
+                                                                 : Nanoseconds::zero();
     }
-    loopState_ = LoopState::None;
+    loop_.reset();
 }
 
 // False when something changed meanwhile and the time has to be computed anew.
@@ -211,14 +212,15 @@ Nanoseconds TimedJobs::TimeToWait(TimePoint now) const noexcept {
 bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
     bool hasQueued = false;
     for (auto entry = entries_.begin(); entry != entries_.end();) {
+        const TimePoint now = clock_.Now();
         const Entry& timed = entry->second;
-        if (clock_.Now() - timed.lastRun < timed.interval || timed.IsRunning()) {
+        if (now - timed.lastRun < timed.interval || timed.IsRunning()) {
             ++entry;
             continue;
         }
         // The entries may change while the run is queued.
         const std::int32_t id = entry->first;
-        hasQueued = QueueRun(lock, *entry) || hasQueued;
+        hasQueued = QueueRun(lock, *entry, now) || hasQueued;
         entry = entries_.upper_bound(id);
     }
     return hasQueued;
@@ -226,14 +228,14 @@ bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
 
 // Releases the lock; `due` may be gone afterwards. When the run cannot be queued, because the queue
 // is gone or there is no memory, the job stays due.
-bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due) noexcept {
+bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) noexcept {
     const std::int32_t id = due.first;
-    const TimePoint now = clock_.Now();
+    std::shared_ptr<Registration> registration = due.second.registration;
+    std::shared_ptr<CJobQueue> queue;
     std::weak_ptr<Run> queuedRun;
     CJobTicket ticket;
-    std::shared_ptr<CJobQueue> queue;
     try {
-        auto run = std::make_shared<Run>(Run{due.second.registration});
+        auto run = std::make_shared<Run>(Run{registration});
         due.second.run = queuedRun = run;
         lock.unlock();
         queue = jobQueue.GetShared();
@@ -244,24 +246,23 @@ bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due) noexcept {
         // A queue that found no thread has kept the run all the same, and then it is alive.
     }
     const bool isQueued = ticket.State() != nullptr || !queuedRun.expired();
-    Entries::node_type ended;
     if (!lock.owns_lock())
         lock.lock();
+    Entries::node_type ended;
     if (const auto entry = entries_.find(id); entry != entries_.end()) {
         entry->second.ticket = ticket;
         if (isQueued)
             entry->second.lastRun = now;
         if (isQueued && !entry->second.repeat)
             ended = entries_.extract(entry);
-    } else if (queue != nullptr) {
-        // Unregistered meanwhile, by somebody who could not know this ticket.
-        lock.unlock();
-        Withdraw(*queue, ticket);
-        lock.lock();
     }
     lock.unlock();
-    ended = Entries::node_type();
+    // By somebody who could not know this ticket.
+    if (registration->isCancelled && queue != nullptr)
+        Withdraw(*queue, ticket);
+    registration.reset();
     queue.reset();
+    ended = Entries::node_type();
     lock.lock();
     return isQueued;
 }

@@ -38,11 +38,9 @@ private:
     using Lock = std::unique_lock<thread::mutex>;
     using TimePoint = thread::Clock::TimePoint;
     using Nanoseconds = std::chrono::nanoseconds;
-    enum class LoopState { None, IsStarting, Runs };
-    /// Guarded by the mutex. The loop and the one who started it settle here whether it counts.
-    struct LoopStart {
-        bool hasBegun = false;
-        bool isGivenUp = false; ///< the pool had no thread for it
+    /// Guarded by the mutex.
+    struct Loop {
+        bool isSettled = false; ///< it has begun, or the pool has a thread for it
     };
     struct Registration;
     struct Run;
@@ -63,21 +61,21 @@ private:
     void StartLoop(Lock& lock);
     void NotifyLoop() noexcept;
 
-    void RunLoop(LoopStart& start) noexcept;
+    void RunLoop(Loop& loop) noexcept;
     bool WaitUntilDue(Lock& lock, Nanoseconds least) noexcept;
     Nanoseconds TimeToWait(TimePoint now) const noexcept;
     bool QueueDueRuns(Lock& lock) noexcept;
-    bool QueueRun(Lock& lock, Entries::value_type& due) noexcept;
+    bool QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) noexcept;
 
     thread::Clock& clock_;
 
     thread::mutex mutex_; // guards everything below
     thread::condition_variable wakeUp_;
-    thread::condition_variable loopStarted_; // or could not be
+    thread::condition_variable loopSettled_; // or could not be started
     std::uint32_t changes_ = 0;              // grows whenever the loop has to look again
     Entries entries_;
-    LoopState loopState_ = LoopState::None;
-    CJobTicket loop_; // the last one
+    std::shared_ptr<Loop> loop_; // null when there is none
+    CJobTicket lastLoop_;
 };
 
 } // namespace kq::concurrency

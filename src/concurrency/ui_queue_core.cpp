@@ -111,6 +111,9 @@ void UIQueueCore::ProcessQueue(Lock& lock) noexcept {
             dropped.Drop(std::move(next));
         else if (next != nullptr && !dropped.IsEmpty())
             jobs_.PutBack(std::move(next));
+        // Should the job run a message loop of its own, the others go on in that.
+        if (next != nullptr && (jobs_.HasReady() || jobs_.HasPolled()))
+            EnsureReturn();
         lock.unlock();
         dropped.Run();
         if (next != nullptr) {
@@ -123,9 +126,14 @@ void UIQueueCore::ProcessQueue(Lock& lock) noexcept {
     }
     if (isClosed_)
         return;
-    if (!jobs_.HasPolled())
+    if (jobs_.HasPolled())
+        EnsureReturn();
+    else
         window_->StopRetryTimer();
-    else if (!isWakePosted_)
+}
+
+void UIQueueCore::EnsureReturn() noexcept {
+    if (!isWakePosted_)
         window_->StartRetryTimer();
 }
 

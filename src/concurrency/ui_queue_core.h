@@ -50,6 +50,8 @@ private:
     void RequestWake() noexcept;
     void TakeOver(Lock& lock) noexcept;
     void ProcessQueue(Lock& lock) noexcept;
+    /// Has the timer call `ProcessQueue` again, unless a wake message is on its way to do so.
+    void EnsureReturn() noexcept;
 
     const std::uint32_t uiThread_;
 

@@ -1,153 +1,195 @@
-// How long the threads of a pool wait for work. Time is turned by hand.
+// Threads of a pool that wait for work: how long, and how many stay. On a clock that is turned by
+// hand.
 #include "concurrency/thread_pool_core.h"
-
 #include "support/eventually.h"
 #include "support/hand_shake.h"
+#include "support/manual_clock.h"
 #include "support/test_threads.h"
-#include "thread/clock.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <limits>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
-using kq::concurrency::CJobTicket;
-using kq::concurrency::Job;
-using kq::concurrency::ThreadPoolCore;
+using namespace kq::concurrency;
 using kq_test::Counter;
 using kq_test::Event;
-using kq_test::Eventually;
+using kq_test::ManualClock;
 using namespace std::chrono_literals;
 
 namespace {
 
-// Waits look at the time again and again, so that turning it needs no notification.
-class HandClock final : public kq::thread::Clock {
-public:
-    TimePoint Now() const noexcept override {
-        return TimePoint(std::chrono::seconds(seconds_.load()));
-    }
-    void WaitUntil(kq::thread::condition_variable& variable,
-                   std::unique_lock<kq::thread::mutex>& lock,
-                   TimePoint /*deadline*/) noexcept override {
-        variable.wait_until(lock, kq::thread::Deadline(1ms));
-    }
-    void Turn(std::chrono::seconds span) { seconds_ += span.count(); }
-
-private:
-    std::atomic<std::int64_t> seconds_{1000};
-};
+using Seconds = std::chrono::duration<int>;
 
 class ThreadPoolIdle : public testing::Test {
 protected:
     ~ThreadPoolIdle() override {
-        if (pool)
+        if (pool != nullptr)
             pool->ShutDown();
     }
 
-    void MakePool(std::size_t spareLimit, std::chrono::duration<int> idleTime) {
-        pool = std::make_shared<ThreadPoolCore>(spareLimit, idleTime, factory.Function(), clock);
+    void MakePool(std::size_t maxSpareThreads, Seconds idleTime) {
+        pool =
+            std::make_shared<ThreadPoolCore>(maxSpareThreads, idleTime, threads.Function(), clock);
     }
 
-    // Makes so many threads, all of which wait for work afterwards or have given that up.
-    void UseThreads(std::size_t count) {
-        Counter running;
+    /// Has `count` jobs run at once, each on a thread of its own, and end.
+    void RunAtOnce(std::size_t count) {
+        Counter met;
         std::vector<CJobTicket> tickets;
-        for (std::size_t i = 0; i != count; ++i)
+        for (std::size_t job = 0; job != count; ++job)
             tickets.push_back(pool->Start([&] {
-                running.Add();
-                running.WaitFor(count);
+                met.Add();
+                met.WaitFor(count);
             }));
         for (const CJobTicket& ticket : tickets)
             ticket.Wait();
     }
 
-    bool BecomesSpare(std::size_t count) {
-        return Eventually([&] { return pool->SpareThreadCount() == count; });
+    /// Blocks until `count` threads are held, none of which is about to end.
+    void AwaitThreads(std::size_t count) {
+        if (!kq_test::Eventually([&] {
+                pool->RemoveFinishedThreads();
+                return pool->ThreadCount() == count && pool->SpareThreadCount() == count;
+            }))
+            kq_test::FailHandShake("the end of idle threads");
     }
 
-    HandClock clock;
-    kq_test::TestFactory factory;
+    ManualClock clock;
+    kq_test::TestFactory threads;
     std::shared_ptr<ThreadPoolCore> pool;
 };
 
-TEST_F(ThreadPoolIdle, SurplusThreadsEndAfterTheIdleTime) {
-    MakePool(1, 10s);
-    UseThreads(3);
-    ASSERT_TRUE(BecomesSpare(3));
-    clock.Turn(9s);
-    EXPECT_EQ(pool->SpareThreadCount(), 3U);
-    clock.Turn(1s);
-    EXPECT_TRUE(BecomesSpare(1));
-    // The threads that ended leave their objects until somebody removes them.
-    EXPECT_TRUE(Eventually([&] {
-        pool->RemoveFinishedThreads();
-        return pool->ThreadCount() == 1;
-    }));
-    clock.Turn(1000s);
-    pool->Start([] {}).Wait();
-    EXPECT_EQ(factory.Calls(), 3U);
-    EXPECT_EQ(pool->ThreadCount(), 1U);
+TEST_F(ThreadPoolIdle, ThreadsWaitForTheirIdleTime) {
+    MakePool(1, Seconds(10));
+    RunAtOnce(3);
+    clock.AwaitWaiters(3);
+    clock.Advance(10s - 1ns);
+    // Nobody's time is over.
+    clock.AwaitWaiters(3);
+    EXPECT_EQ(pool->SpareThreadCount(), 3u);
+    EXPECT_EQ(pool->ThreadCount(), 3u);
+    clock.Advance(1ns);
+    AwaitThreads(1);
+    clock.AwaitWaiters(0);
 }
 
-TEST_F(ThreadPoolIdle, AThreadThatEndsRemovesThoseThatEndedBefore) {
-    MakePool(1, 10s);
-    UseThreads(4);
-    ASSERT_TRUE(BecomesSpare(4));
-    clock.Turn(10s);
-    ASSERT_TRUE(BecomesSpare(1));
-    // Three have ended; the last of them has found the others, unless they ended in one moment.
-    EXPECT_TRUE(Eventually([&] { return pool->ThreadCount() <= 4; }));
-    pool->RemoveFinishedThreads();
-    EXPECT_TRUE(Eventually([&] {
-        pool->RemoveFinishedThreads();
-        return pool->ThreadCount() == 1;
-    }));
+TEST_F(ThreadPoolIdle, AsManyAsTheSpareLimitStayForGood) {
+    MakePool(2, Seconds(10));
+    RunAtOnce(5);
+    clock.AwaitWaiters(5);
+    clock.Advance(10s);
+    AwaitThreads(2);
+    // These wait without looking at the clock.
+    clock.AwaitWaiters(0);
+    clock.Advance(std::chrono::hours(24 * 365));
+    EXPECT_EQ(pool->SpareThreadCount(), 2u);
+    RunAtOnce(2);
+    EXPECT_EQ(threads.Calls(), 5u);
 }
 
-TEST_F(ThreadPoolIdle, NoThreadsEndWhileTheyAreWithinTheLimit) {
-    MakePool(3, 10s);
-    UseThreads(3);
-    ASSERT_TRUE(BecomesSpare(3));
-    clock.Turn(100s);
-    UseThreads(3);
-    EXPECT_EQ(factory.Calls(), 3U);
+TEST_F(ThreadPoolIdle, FewerThanTheSpareLimitAllStay) {
+    MakePool(4, Seconds(10));
+    RunAtOnce(3);
+    clock.AwaitWaiters(3);
+    clock.Advance(1h);
+    clock.AwaitWaiters(0);
+    AwaitThreads(3);
 }
 
-TEST_F(ThreadPoolIdle, AThreadThatHasGivenUpIsReplacedWhenNeeded) {
-    MakePool(1, 10s);
-    UseThreads(2);
-    ASSERT_TRUE(BecomesSpare(2));
-    clock.Turn(10s);
-    ASSERT_TRUE(BecomesSpare(1));
-    UseThreads(2);
-    EXPECT_EQ(factory.Calls(), 3U);
+TEST_F(ThreadPoolIdle, TheIdleTimeBeginsAnewWithEveryJob) {
+    MakePool(1, Seconds(10));
+    RunAtOnce(2);
+    clock.AwaitWaiters(2);
+    clock.Advance(6s);
+    RunAtOnce(2);
+    clock.AwaitWaiters(2);
+    clock.Advance(6s);
+    // 12 s after the first jobs, 6 s after the last ones.
+    clock.AwaitWaiters(2);
+    EXPECT_EQ(pool->SpareThreadCount(), 2u);
+    clock.Advance(4s);
+    AwaitThreads(1);
 }
 
-TEST_F(ThreadPoolIdle, ANegativeIdleTimeIsAsNone) {
-    for (const int idle : {-1, std::numeric_limits<int>::min(), 0}) {
-        MakePool(1, std::chrono::duration<int>(idle));
-        UseThreads(3);
-        EXPECT_TRUE(BecomesSpare(1)) << idle;
-        UseThreads(3);
-        EXPECT_TRUE(BecomesSpare(1)) << idle;
+TEST_F(ThreadPoolIdle, ABusyThreadDoesNotAge) {
+    MakePool(1, Seconds(10));
+    Event begun, mayEnd;
+    const CJobTicket busy = pool->Start([&] {
+        begun.Set();
+        mayEnd.Wait();
+    });
+    begun.Wait();
+    RunAtOnce(1);
+    clock.AwaitWaiters(1);
+    clock.Advance(1h);
+    // The idle one is within the spare limit.
+    clock.AwaitWaiters(0);
+    EXPECT_EQ(pool->ThreadCount(), 2u);
+    mayEnd.Set();
+    busy.Wait();
+    clock.AwaitWaiters(1);
+    EXPECT_EQ(pool->SpareThreadCount(), 2u);
+    clock.Advance(10s);
+    AwaitThreads(1);
+}
+
+TEST_F(ThreadPoolIdle, AThreadThatStaysServesTheNextJob) {
+    MakePool(1, Seconds(10));
+    RunAtOnce(3);
+    clock.AwaitWaiters(3);
+    clock.Advance(10s);
+    AwaitThreads(1);
+    for (int job = 0; job != 100; ++job) {
+        pool->Start([] {}).Wait();
+        AwaitThreads(1);
+    }
+    EXPECT_EQ(threads.Calls(), 3u);
+}
+
+TEST_F(ThreadPoolIdle, AnIdleTimeOfZeroEndsSurplusThreadsAtOnce) {
+    for (const Seconds idleTime : {Seconds(0), Seconds(-1), Seconds::min()}) {
+        MakePool(1, idleTime);
+        RunAtOnce(3);
+        AwaitThreads(1);
+        clock.AwaitWaiters(0);
         pool->ShutDown();
     }
 }
 
-TEST_F(ThreadPoolIdle, TheLongestIdleTimeNeverEnds) {
-    MakePool(1, std::chrono::duration<int>(std::numeric_limits<int>::max()));
-    UseThreads(3);
-    ASSERT_TRUE(BecomesSpare(3));
-    clock.Turn(std::chrono::hours(24 * 365 * 60));
-    UseThreads(3);
-    EXPECT_EQ(factory.Calls(), 3U);
+TEST_F(ThreadPoolIdle, TheLongestIdleTimeDoesNotOverflow) {
+    MakePool(1, Seconds::max());
+    RunAtOnce(3);
+    clock.AwaitWaiters(3);
+    clock.Advance(Seconds::max() - 1s);
+    clock.AwaitWaiters(3);
+    EXPECT_EQ(pool->SpareThreadCount(), 3u);
+    clock.Advance(1s);
+    AwaitThreads(1);
+}
+
+TEST_F(ThreadPoolIdle, AJobThatComesInTheMomentTheIdleTimeEndsIsTaken) {
+    for (int round = 0; round != 200; ++round) {
+        MakePool(1, Seconds(10));
+        RunAtOnce(2);
+        clock.AwaitWaiters(2);
+        std::thread turning([this] { clock.Advance(10s); });
+        RunAtOnce(2);
+        turning.join();
+        pool->ShutDown();
+    }
+}
+
+TEST_F(ThreadPoolIdle, ShutdownEndsThreadsThatWait) {
+    MakePool(2, Seconds(10));
+    RunAtOnce(4);
+    clock.AwaitWaiters(4);
+    kq_test::ReturnsInTime("the shutdown of an idle pool", [&] { pool->ShutDown(); });
+    EXPECT_EQ(pool->ThreadCount(), 0u);
+    clock.AwaitWaiters(0);
 }
 
 } // namespace

@@ -134,8 +134,14 @@ TEST_F(UIRetryTimer, StaysWhileAnyConditionWaits) {
 }
 
 TEST_F(UIRetryTimer, IsNotStartedWhileAWakeMessageIsOnItsWay) {
-    queue->Queue([] {}, WhenOpen());
-    queue->Queue([this] { queue->Queue([] {}, inUIAsync); }, inUIAsync);
+    bool hasBeenAsked = false;
+    queue->Queue([] {}, isBlocking & condition([&] {
+                            // As if another thread queued a job at this very moment.
+                            if (!hasBeenAsked)
+                                queue->Queue([] {}, inUIAsync);
+                            hasBeenAsked = true;
+                            return StartInfo::Postpone;
+                        }));
     MSG message{};
     ASSERT_NE(PeekMessageW(&message, window, wakeMessage, wakeMessage, PM_REMOVE), FALSE);
     DispatchMessageW(&message);
@@ -143,6 +149,17 @@ TEST_F(UIRetryTimer, IsNotStartedWhileAWakeMessageIsOnItsWay) {
     EXPECT_FALSE(KillsRunningTimer());
     queue->Pump();
     EXPECT_TRUE(KillsRunningTimer());
+}
+
+TEST_F(UIRetryTimer, RunsInsideAJobWhileOthersStandBehindIt) {
+    bool ranAlone = true;
+    bool ranWithOthers = false;
+    queue->Queue([&] { ranWithOthers = KillsRunningTimer(); }, inUIAsync);
+    queue->Queue([&] { ranAlone = KillsRunningTimer(); }, inUIAsync);
+    queue->Pump();
+    EXPECT_TRUE(ranWithOthers);
+    EXPECT_FALSE(ranAlone);
+    EXPECT_FALSE(KillsRunningTimer());
 }
 
 TEST_F(UIRetryTimer, RunsWhatWasQueuedBehindAWakeThatWentLost) {

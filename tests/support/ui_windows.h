@@ -1,8 +1,6 @@
 // The hidden windows of UI job queues.
 #pragma once
 
-#include <kq/concurrency/ui_job_queue.h>
-
 #include <windows.h>
 
 #include <algorithm>

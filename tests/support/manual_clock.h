@@ -1,0 +1,132 @@
+// Time that stands still until a test moves it.
+#pragma once
+
+#include "support/hand_shake.h"
+#include "thread/clock.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstddef>
+#include <list>
+#include <mutex>
+#include <vector>
+
+namespace kq_test {
+
+/// A clock that moves only when it is told. A thread that waits on it waits until it is notified or
+/// until the clock was moved past its deadline.
+///
+/// A test moves the clock when it has seen, by one of the hand-shakes, that the thread under test
+/// waits for the time that it should wait for: then nothing depends on how fast anybody is.
+class ManualClock final : public kq::thread::Clock {
+public:
+    using Duration = TimePoint::duration;
+
+    TimePoint Now() const noexcept override {
+        const std::lock_guard guard(mutex_);
+        ++reads_;
+        return now_;
+    }
+
+    void WaitUntil(kq::thread::condition_variable& variable,
+                   std::unique_lock<kq::thread::mutex>& lock,
+                   TimePoint deadline) noexcept override {
+        Waiter waiter{variable, *lock.mutex(), deadline};
+        {
+            const std::lock_guard guard(mutex_);
+            if (deadline <= now_)
+                return;
+            ++waits_;
+            waiters_.push_back(&waiter);
+            changed_.notify_all();
+        }
+        // Whoever moves the clock now comes by the caller's mutex before it notifies.
+        variable.wait(lock);
+        lock.unlock();
+        {
+            std::unique_lock own(mutex_);
+            waiters_.remove(&waiter);
+            changed_.wait(own, [&] { return !waiter.isBeingWoken; });
+            changed_.notify_all();
+        }
+        lock.lock();
+    }
+
+    /// Moves the clock, and wakes those whose deadline has come. From any thread, also from one
+    /// that the thread under test has called, but not under the mutex of a waiter.
+    void Advance(Duration duration) {
+        std::vector<Waiter*> due;
+        {
+            const std::lock_guard guard(mutex_);
+            now_ += duration;
+            const auto firstDue = std::stable_partition(
+                waiters_.begin(), waiters_.end(),
+                [this](const Waiter* waiter) { return waiter->deadline > now_; });
+            due.assign(firstDue, waiters_.end());
+            waiters_.erase(firstDue, waiters_.end());
+            for (Waiter* const waiter : due)
+                waiter->isBeingWoken = true;
+        }
+        for (Waiter* const waiter : due) {
+            { const std::lock_guard guard(waiter->mutex); }
+            waiter->variable.notify_all();
+        }
+        const std::lock_guard guard(mutex_);
+        for (Waiter* const waiter : due)
+            waiter->isBeingWoken = false;
+        changed_.notify_all();
+    }
+
+    /// Blocks until exactly `count` threads wait on this clock.
+    void AwaitWaiters(std::size_t count) const {
+        Await("threads that wait on the clock", [&] { return waiters_.size() == count; });
+    }
+
+    /// Blocks until a thread waits until `deadline` and no other thread waits. One that was
+    /// notified counts until it runs: whoever notifies counts the waits instead.
+    void AwaitWaitUntil(TimePoint deadline) const {
+        Await("a thread that waits for its time",
+              [&] { return waiters_.size() == 1 && waiters_.front()->deadline == deadline; });
+    }
+
+    /// How many waits have begun.
+    std::size_t Waits() const {
+        const std::lock_guard guard(mutex_);
+        return waits_;
+    }
+
+    /// Blocks until more than `count` waits have begun.
+    void AwaitMoreWaits(std::size_t count) const {
+        Await("one more wait on the clock", [&] { return waits_ > count; });
+    }
+
+    /// How often the clock was read.
+    std::size_t Reads() const {
+        const std::lock_guard guard(mutex_);
+        return reads_;
+    }
+
+private:
+    struct Waiter {
+        kq::thread::condition_variable& variable;
+        kq::thread::mutex& mutex;
+        TimePoint deadline;
+        bool isBeingWoken = false; // the one who moves the clock still uses this
+    };
+
+    template <class Condition>
+    void Await(const char* what, Condition condition) const {
+        std::unique_lock lock(mutex_);
+        if (!changed_.wait_for(lock, handShakeLimit, condition))
+            FailHandShake(what);
+    }
+
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    mutable std::size_t reads_ = 0;
+    std::size_t waits_ = 0;
+    TimePoint now_{std::chrono::hours(1)};
+    std::list<Waiter*> waiters_;
+};
+
+} // namespace kq_test
