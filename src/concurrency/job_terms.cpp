@@ -80,7 +80,7 @@ std::shared_ptr<CJobTermsImpl> operator&(const std::shared_ptr<CJobTermsImpl>& l
     both->uiThread = left->uiThread || right->uiThread;
     both->blocking = left->blocking || right->blocking;
     if (left->condition && right->condition)
-        both->condition = Conjunction{left, right};
+        both->condition = Conjunction(left, right);
     else
         both->condition = left->condition ? left->condition : right->condition;
     return both;

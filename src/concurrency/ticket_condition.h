@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace kq::concurrency {
@@ -16,7 +17,7 @@ class CJobState;
 
 /// The condition of `after` and `dependsOn`. It can be asked like any other condition; a queue
 /// recognises it, follows the tickets with a `TicketCursor` and never has to ask.
-struct TicketCondition {
+struct TicketCondition : RecycledByNew {
     enum class Requires {
         Finished, ///< every job has finished, whatever its outcome
         Done,     ///< every job is done; dropped otherwise
@@ -33,14 +34,6 @@ struct TicketCondition {
     const CJobTicket& operator[](std::size_t index) const noexcept {
         return list != nullptr ? (*list)[index] : ticket;
     }
-
-    // A `std::function` has no room for it, and gets it from here.
-    static void* operator new(std::size_t size) { return RecyclerFor(size).Take(); }
-    static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
-    static void operator delete(void* block, std::size_t size) noexcept {
-        RecyclerFor(size).Give(block);
-    }
-    static void operator delete(void* /*block*/, void* /*place*/) noexcept {}
 
     Requires what;
     /// The only ticket, if there is no list.
@@ -66,7 +59,11 @@ private:
 };
 
 /// The condition of terms that were combined with `&`, both of which have one.
-struct Conjunction {
+struct Conjunction : RecycledByNew {
+    Conjunction(std::shared_ptr<CJobTermsImpl> theLeft,
+                std::shared_ptr<CJobTermsImpl> theRight) noexcept
+        : left(std::move(theLeft)), right(std::move(theRight)) {}
+
     std::shared_ptr<CJobTermsImpl> left;
     std::shared_ptr<CJobTermsImpl> right;
 
