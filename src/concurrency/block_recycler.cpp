@@ -42,35 +42,53 @@ BlockRecycler::Block& BlockRecycler::Batch::Pop() noexcept {
     return *std::exchange(first, first->next);
 }
 
-void* BlockRecycler::Take() {
-    Shard& shard = LockShard();
-    const std::lock_guard guard(shard.mutex, std::adopt_lock);
-    if (shard.current.count == 0) {
-        if (shard.spare.count != 0)
-            std::swap(shard.current, shard.spare);
-        else
-            shard.current = TakeBatch();
+/// A shard, locked as long as this lives.
+class BlockRecycler::HeldShard {
+public:
+    /// The calling thread's own shard, or another one that is free.
+    explicit HeldShard(BlockRecycler& recycler) noexcept {
+        constexpr std::uint32_t identifierStep = 4; // the identifiers are multiples of this
+        for (std::size_t i = platform::CurrentThreadId() / identifierStep;; ++i) {
+            shard_ = &recycler.shards_[i % shardCount];
+            if (TryToHold())
+                return;
+            platform::SpinPause();
+        }
     }
-    return &shard.current.Pop();
+    /// This very one.
+    explicit HeldShard(Shard& shard) noexcept : shard_(&shard) {
+        while (!TryToHold())
+            platform::YieldSlice();
+    }
+    ~HeldShard() { shard_->isHeld.clear(std::memory_order_release); }
+    HeldShard(const HeldShard&) = delete;
+    HeldShard& operator=(const HeldShard&) = delete;
+
+    Shard* operator->() const noexcept { return shard_; }
+
+private:
+    bool TryToHold() noexcept { return !shard_->isHeld.test_and_set(std::memory_order_acquire); }
+
+    Shard* shard_ = nullptr;
+};
+
+void* BlockRecycler::Take() {
+    const HeldShard shard(*this);
+    if (shard->current.count == 0) {
+        if (shard->spare.count != 0)
+            std::swap(shard->current, shard->spare);
+        else
+            shard->current = TakeBatch();
+    }
+    return &shard->current.Pop();
 }
 
 void BlockRecycler::Give(void* block) noexcept {
-    Shard& shard = LockShard();
-    const std::lock_guard guard(shard.mutex, std::adopt_lock);
-    if (shard.current.count >= batchSize && (shard.spare.count == 0 || TryToGiveBatch(shard.spare)))
-        shard.spare = std::exchange(shard.current, {});
-    shard.current.Push(*static_cast<Block*>(block));
-}
-
-// This thread's own shard, or another one that is free.
-BlockRecycler::Shard& BlockRecycler::LockShard() noexcept {
-    constexpr std::uint32_t identifierStep = 4; // the system's identifiers are multiples of this
-    for (std::size_t i = platform::CurrentThreadId() / identifierStep;; ++i) {
-        Shard& shard = shards_[i % shardCount];
-        if (shard.mutex.try_lock())
-            return shard;
-        platform::SpinPause();
-    }
+    const HeldShard shard(*this);
+    if (shard->current.count >= batchSize &&
+        (shard->spare.count == 0 || TryToGiveBatch(shard->spare)))
+        shard->spare = std::exchange(shard->current, {});
+    shard->current.Push(*static_cast<Block*>(block));
 }
 
 BlockRecycler::Batch BlockRecycler::TakeBatch() {
@@ -127,9 +145,9 @@ BlockRecycler::Batch BlockRecycler::TakeAllFree() noexcept {
         Batch current;
         Batch spare;
         {
-            const std::lock_guard guard(shard.mutex);
-            current = std::exchange(shard.current, {});
-            spare = std::exchange(shard.spare, {});
+            const HeldShard held(shard);
+            current = std::exchange(held->current, {});
+            spare = std::exchange(held->spare, {});
         }
         add(current);
         add(spare);

@@ -3,6 +3,7 @@
 
 #include "thread/mutex.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -49,15 +50,17 @@ private:
     /// With two batches, a thread that takes and gives around the end of one does not reach beyond
     /// its shard each time.
     struct alignas(64) Shard {
-        thread::mutex mutex;
+        // Held for a few instructions, and mostly by the same thread: a lock whose release is a
+        // plain store.
+        std::atomic_flag isHeld = ATOMIC_FLAG_INIT;
         Batch current;
         Batch spare;
     };
+    class HeldShard;
 
     static constexpr std::size_t shardCount = 8;
     static constexpr std::size_t batchSize = 64;
 
-    Shard& LockShard() noexcept;
     Batch TakeBatch();
     void GiveBatch(const Batch& batch) noexcept;
     bool TryToGiveBatch(const Batch& batch) noexcept;

@@ -55,7 +55,7 @@ void PendingJobs::Enter(std::shared_ptr<CQueueJobAdapter> entering, GateKeeper& 
     if (gate.condition) {
         job.place = Place::Polled;
         polled_.PushBack(job);
-        arrivals_.fetch_add(1, std::memory_order_relaxed);
+        CountArrival();
         return;
     }
     gate.keeper = keeper.shared_from_this();
@@ -105,10 +105,15 @@ void PendingJobs::Open(CQueueJobAdapter& job, std::shared_ptr<Gate>& opened) noe
     MakeReady(job);
 }
 
+// Only changed under the mutex, so there is no need for an atomic addition.
+void PendingJobs::CountArrival() noexcept {
+    arrivals_.store(Arrivals() + 1, std::memory_order_relaxed);
+}
+
 void PendingJobs::MakeReady(CQueueJobAdapter& job) noexcept {
     job.place = Place::Ready;
     ready_.Add(job);
-    arrivals_.fetch_add(1, std::memory_order_relaxed);
+    CountArrival();
 }
 
 std::shared_ptr<CQueueJobAdapter> PendingJobs::TakeOut(CQueueJobAdapter& job) noexcept {

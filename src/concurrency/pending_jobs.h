@@ -74,6 +74,7 @@ public:
 private:
     class PollCursor;
 
+    void CountArrival() noexcept;
     void MakeReady(CQueueJobAdapter& job) noexcept;
     void Open(CQueueJobAdapter& job, std::shared_ptr<Gate>& opened) noexcept;
 

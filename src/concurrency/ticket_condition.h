@@ -17,7 +17,7 @@ class CJobState;
 
 /// The condition of `after` and `dependsOn`. It can be asked like any other condition; a queue
 /// recognises it, follows the tickets with a `TicketCursor` and never has to ask.
-struct TicketCondition {
+struct TicketCondition : RecycledByNew {
     enum class Requires {
         Finished, ///< every job has finished, whatever its outcome
         Done,     ///< every job is done; dropped otherwise
@@ -34,14 +34,6 @@ struct TicketCondition {
     const CJobTicket& operator[](std::size_t index) const noexcept {
         return list != nullptr ? (*list)[index] : ticket;
     }
-
-    // A `std::function` has no room for it, and gets it from here.
-    static void* operator new(std::size_t size) { return RecyclerFor(size).Take(); }
-    static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
-    static void operator delete(void* block, std::size_t size) noexcept {
-        RecyclerFor(size).Give(block);
-    }
-    static void operator delete(void* /*block*/, void* /*place*/) noexcept {}
 
     Requires what;
     /// The only ticket, if there is no list.
@@ -68,7 +60,7 @@ private:
 
 /// The condition of terms that were combined with `&`, both of which have one. Terms that were
 /// folded together one by one are as deep as there are of them, so nothing here is recursive.
-class Conjunction {
+class Conjunction : public RecycledByNew {
 public:
     Conjunction(std::shared_ptr<CJobTermsImpl> left, std::shared_ptr<CJobTermsImpl> right) noexcept
         : left_(std::move(left)), right_(std::move(right)) {}
