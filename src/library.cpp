@@ -78,10 +78,8 @@ void DrainServices() {
     jobQueue.Reset();
     if (queue != nullptr)
         Drain(*queue, uiQueue.get());
-    if (uiQueue != nullptr) {
-        uiQueue->Pump();
-        uiQueue->Close();
-    }
+    if (uiQueue != nullptr)
+        uiQueue->Finish();
     uiJobQueue.Reset();
     threadPool.Reset();
     if (pool != nullptr)
