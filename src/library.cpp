@@ -81,10 +81,8 @@ void DrainServices() {
     jobQueue.Reset();
     if (queue != nullptr)
         Drain(*queue, uiQueue.get());
-    if (uiQueue != nullptr) {
-        uiQueue->Pump();
-        uiQueue->Close();
-    }
+    if (uiQueue != nullptr)
+        uiQueue->Finish();
     uiJobQueue.Reset();
     threadPool.Reset();
     // A job may have started it again, and its loop would never leave the pool.

@@ -21,8 +21,16 @@ bool CUIJobQueueImpl::Remove(const CJobTicket& ticket) {
 
 void CUIJobQueueImpl::Pump() {
     // A null window would mean every message of the thread.
-    if (HWND__* const window = core_->Window())
+    if (HWND__* const window = Window())
         win32::PumpMessageQueue(window);
+}
+
+void CUIJobQueueImpl::Finish() {
+    // A condition that has come true since its last tick has no message to tell.
+    if (Window() != nullptr)
+        core_->RunWhatMayStart();
+    Pump();
+    core_->Close();
 }
 
 } // namespace kq::concurrency

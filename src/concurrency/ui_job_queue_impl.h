@@ -23,8 +23,12 @@ public:
     /// Dispatches the messages of the window; never waits. On the UI thread.
     void Pump();
 
-    /// Ends every job that has not started as removed, now and from now on. On the UI thread.
-    void Close() noexcept { core_->Close(); }
+    /// Null when there is none. On the UI thread.
+    HWND Window() const noexcept { return core_->Window(); }
+
+    /// Runs what may start, and ends every other job as removed, now and from now on. On the UI
+    /// thread.
+    void Finish();
 
 private:
     const std::shared_ptr<UIQueueCore> core_;

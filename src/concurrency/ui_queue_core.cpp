@@ -88,7 +88,9 @@ void UIQueueCore::OnWake() noexcept {
     ProcessQueue(lock);
 }
 
-void UIQueueCore::OnRetryTimer() noexcept {
+void UIQueueCore::OnRetryTimer() noexcept { RunWhatMayStart(); }
+
+void UIQueueCore::RunWhatMayStart() noexcept {
     const auto keepAlive = shared_from_this();
     Lock lock(mutex_);
     ProcessQueue(lock);

@@ -30,6 +30,9 @@ public:
     CJobTicket Queue(std::shared_ptr<CQueueJobAdapter> job, bool allowInline);
     bool Remove(CQueueJobAdapter& job);
 
+    /// Takes over what was queued, and runs what may start. On the UI thread.
+    void RunWhatMayStart() noexcept;
+
     /// Null when there is none. On the UI thread.
     HWND Window() const noexcept { return window_ ? window_->Handle() : nullptr; }
 

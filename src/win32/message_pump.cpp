@@ -1,12 +1,14 @@
 #include <kq/win32/message_pump.h>
 
+#include "win32/dispatch_messages.h"
+
 #include <windows.h>
 
 #include <optional>
 
 namespace kq::win32 {
 
-void PumpMessageQueue(HWND__* window) {
+std::optional<int> DispatchMessages(HWND__* window) {
     std::optional<int> quit;
     MSG message;
     while (PeekMessageW(&message, window, 0, 0, PM_REMOVE) != FALSE) {
@@ -19,7 +21,11 @@ void PumpMessageQueue(HWND__* window) {
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
-    if (quit)
+    return quit;
+}
+
+void PumpMessageQueue(HWND__* window) {
+    if (const std::optional<int> quit = DispatchMessages(window))
         PostQuitMessage(*quit);
 }
 

@@ -26,8 +26,9 @@ namespace concurrency {
 /// - At most one wake message is in the thread's message queue, however many jobs are queued.
 /// - A job queued from the UI thread without terms, or with terms that let it start and do not ask
 ///   for it to be asynchronous (`inUIAsync`, `isBlocking`), runs inside `Queue`.
-/// - A job may queue others, run a nested message loop, throw (its ticket tells) and destroy the
-///   queue.
+/// - A job may queue others, throw (its ticket tells) and destroy the queue. It may run a message
+///   loop, for instance by opening a dialog: the jobs behind it then run inside that loop, after 20
+///   ms at the latest.
 ///
 /// A wait on the UI thread for one of its own jobs never ends. `Queue` and `Remove` may be called
 /// from any thread; all else belongs to the UI thread.
