@@ -74,14 +74,15 @@ TEST_F(TimedLoops, TheFirstTimedJobAfterAllOthersWentStartsALoopAgain) {
         runs.WaitFor(round);
         AwaitNoLoop();
     }
+    EndTimedJobs();
 }
 
 TEST_F(TimedLoops, QuickPairsOfRegisterAndUnregisterStartOneLoop) {
     // The loop's thread is slow to begin.
-    Event begin;
+    Event mayBegin;
     const auto slow = std::make_shared<CThreadPool>(1, [&](const Job& function) {
-        return std::make_unique<kq_test::StandardThread>([&begin, function] {
-            begin.Wait();
+        return std::make_unique<kq_test::StandardThread>([&mayBegin, function] {
+            mayBegin.Wait();
             function();
         });
     });
@@ -90,7 +91,7 @@ TEST_F(TimedLoops, QuickPairsOfRegisterAndUnregisterStartOneLoop) {
         EXPECT_TRUE(scheduler->Unregister(scheduler->Register(DoNothing, 1ms, true)));
     EXPECT_EQ(slow->JobCount(), 1u);
     EXPECT_EQ(slow->ThreadCount(), 1u);
-    begin.Set();
+    mayBegin.Set();
     // And as quickly as it gets while the loop runs.
     for (int pair = 0; pair != 400; ++pair)
         EXPECT_TRUE(scheduler->Unregister(scheduler->Register(DoNothing, 1ms, true)));
@@ -124,6 +125,7 @@ TEST_F(TimedLoops, ARegistrationWhoseLoopFindsNoThreadIsTakenBack) {
     AwaitRuns();
     EXPECT_EQ(served.Value(), 1u);
     EXPECT_EQ(refused.Value(), 0u);
+    EndTimedJobs();
 }
 
 TEST_F(TimedLoops, WhatTheThreadFactoryThrowsLeaves) {
@@ -145,11 +147,13 @@ TEST_F(TimedLoops, ALoopThatThePoolKeptRunsLateWithoutHarm) {
         AwaitSleepUntil(round * 100ms);
         clock.Advance(100ms);
         runs.WaitFor(round);
+        AwaitRuns();
     }
     AwaitSleepUntil(400ms);
     EXPECT_EQ(runs.Value(), 3u);
     loopPool->Start([] {}).Wait();
     AwaitSleepUntil(400ms);
+    EndTimedJobs();
 }
 
 TEST_F(TimedLoops, ALoopThatThePoolKeptAndRunsMuchLaterFindsItselfGivenUp) {
@@ -243,6 +247,7 @@ TEST_F(TimedLoops, ARegistrationDuringTheLateReturnOfAnotherDoesNotCountOnALoopT
     AwaitSleepUntil(1h);
     clock.Advance(1h);
     thirdRuns.WaitFor(1);
+    AwaitRuns();
     release.Set();
     scheduler.reset();
     threadPool = loopPool;
@@ -264,6 +269,7 @@ TEST_F(TimedLoops, SurvivesAnEmptiedJobQueue) {
     repeated.WaitFor(1);
     AwaitSleepUntil(400ms);
     EXPECT_FALSE(scheduler->IsIdle(ticket));
+    EndTimedJobs();
 }
 
 TEST_F(TimedLoops, AnEmptiedJobQueueDoesNotMakeTheLoopSpin) {
@@ -278,6 +284,7 @@ TEST_F(TimedLoops, AnEmptiedJobQueueDoesNotMakeTheLoopSpin) {
     InstallQueue();
     clock.Advance(1ms);
     runs.WaitFor(1);
+    EndTimedJobs();
 }
 
 TEST_F(TimedLoops, ARunThatTheQueueFoundNoThreadForIsNotQueuedTwice) {
