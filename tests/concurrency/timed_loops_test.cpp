@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -165,39 +166,36 @@ TEST_F(TimedLoops, ALoopThatThePoolKeptAndRunsMuchLaterFindsItselfGivenUp) {
     clock.AwaitWaiters(0);
 }
 
-TEST_F(TimedLoops, ManyRegistrationsAtOnceShareTheFailureOrTheLoop) {
-    for (int round = 0; round != 20; ++round) {
-        Event all;
-        std::size_t failed = 0;
-        std::mutex mutex;
+TEST_F(TimedLoops, OfManyRegistrationsAtOnceThoseThatFailNeverRunAndTheOthersDo) {
+    constexpr std::size_t threadCount = 6;
+    constexpr std::size_t refusals = 3;
+    Counter runs, arrived;
+    std::atomic<std::size_t> failed{0};
+    for (std::size_t round = 1; round != 20; ++round) {
         const std::size_t calls = loopThreads.Calls();
-        allowLoopThread = [&](std::size_t call) {
-            all.Wait();
-            return call >= calls + 3;
-        };
+        allowLoopThread = [calls](std::size_t call) { return call > calls + refusals; };
         const auto pool = std::make_shared<CThreadPool>(1, loopThreads.Function());
         threadPool = pool;
-        Counter runs;
         std::vector<std::thread> threads;
-        for (int thread = 0; thread != 4; ++thread)
+        for (std::size_t thread = 0; thread != threadCount; ++thread)
             threads.emplace_back([&] {
+                arrived.Add();
+                arrived.WaitFor(round * threadCount);
                 try {
                     Once(0ms, Counting(runs));
                 } catch (const std::runtime_error&) {
-                    const std::lock_guard guard(mutex);
                     ++failed;
                 }
             });
-        all.Set();
         for (std::thread& thread : threads)
             thread.join();
-        // Whoever was not told of a failure is served.
-        EXPECT_LE(failed, 2u);
-        runs.WaitFor(4 - failed);
+        runs.WaitFor(round * threadCount - failed);
         AwaitRuns();
-        EXPECT_EQ(runs.Value(), 4 - failed);
+        EXPECT_EQ(runs.Value(), round * threadCount - failed);
         threadPool = loopPool;
     }
+    EXPECT_GT(failed, 0u);
+    EndTimedJobs();
 }
 
 TEST_F(TimedLoops, ARegistrationDuringTheLateReturnOfAnotherDoesNotCountOnALoopThatFails) {
