@@ -87,8 +87,9 @@ TimedJobTicket TimedJobs::Register(std::function<void(const TimedJobTicket&)> jo
     try {
         StartLoop(lock);
     } catch (...) {
+        // Before anybody else starts a loop, which would serve it.
+        const Entries::node_type takenBack = entries_.extract(id);
         lock.unlock();
-        Unregister(id);
         throw;
     }
     return ticket;

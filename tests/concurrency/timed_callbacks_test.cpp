@@ -99,6 +99,7 @@ TEST_F(TimedCallbacks, MayEndTheirOwnRepetition) {
     AwaitRuns();
     EXPECT_EQ(runs.Value(), 3u);
     EXPECT_FALSE(scheduler->IsIdle(ticket));
+    EndTimedJobs();
 }
 
 TEST_F(TimedCallbacks, MayUnregisterOthers) {
@@ -109,6 +110,7 @@ TEST_F(TimedCallbacks, MayUnregisterOthers) {
     clock.Advance(1h);
     AwaitRuns();
     EXPECT_EQ(runs.Value(), 0u);
+    EndTimedJobs();
 }
 
 TEST_F(TimedCallbacks, MayRegisterOthers) {
@@ -125,6 +127,7 @@ TEST_F(TimedCallbacks, MayRegisterOthers) {
     AwaitRuns();
     EXPECT_EQ(runs.Value(), 100u);
     EXPECT_LE(loopPool->ThreadCount(), 10u);
+    EndTimedJobs();
 }
 
 TEST_F(TimedCallbacks, MayEndTheScheduler) {
@@ -135,6 +138,7 @@ TEST_F(TimedCallbacks, MayEndTheScheduler) {
     });
     ended.Wait();
     AwaitNoLoop();
+    EndTimedJobs();
 }
 
 TEST_F(TimedCallbacks, MayEndTheSchedulerWhoseLoopSleeps) {
@@ -149,6 +153,7 @@ TEST_F(TimedCallbacks, MayEndTheSchedulerWhoseLoopSleeps) {
     clock.Advance(100ms);
     ended.Wait();
     AwaitNoLoop();
+    EndTimedJobs();
 }
 
 TEST_F(TimedCallbacks, AreNotCopiedUnderTheLock) {
@@ -186,6 +191,7 @@ TEST_F(TimedCallbacks, AreNotDestroyedUnderTheLockWithTheRunThatWasUnregistered)
     EXPECT_EQ(uses.Value(), 1u);
     release.Set();
     occupying.Wait();
+    EndTimedJobs();
 }
 
 TEST_F(TimedCallbacks, AreNotDestroyedUnderTheLockAfterTheirOnlyRun) {
@@ -193,6 +199,7 @@ TEST_F(TimedCallbacks, AreNotDestroyedUnderTheLockAfterTheirOnlyRun) {
         Once(0ms, UsingAtItsEnd());
         uses.WaitFor(round, "the destruction of a callback");
     }
+    EndTimedJobs();
 }
 
 TEST_F(TimedCallbacks, AreNotDestroyedUnderTheLockWhenTheirRunEndsAfterTheirRegistration) {
@@ -209,6 +216,7 @@ TEST_F(TimedCallbacks, AreNotDestroyedUnderTheLockWhenTheirRunEndsAfterTheirRegi
         mayEnd.Set();
         uses.WaitFor(round, "the destruction of a callback");
     }
+    EndTimedJobs();
 }
 
 TEST_F(TimedCallbacks, AreNotDestroyedUnderTheLockWhenTheirLoopFindsNoThread) {
@@ -229,6 +237,7 @@ TEST_F(TimedCallbacks, AreNotDestroyedUnderTheLockWithTheScheduler) {
     AwaitSleepUntil(1h);
     ReturnsInTime("the end of a scheduler", [&] { scheduler.reset(); });
     EXPECT_EQ(ended.Value(), 1u);
+    EndTimedJobs();
 }
 
 TEST_F(TimedCallbacks, AreKeptAsLongAsTheyMayRun) {

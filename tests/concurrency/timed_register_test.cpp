@@ -46,6 +46,7 @@ TEST_F(TimedRegister, TicketsSayWhatWasRegistered) {
     EXPECT_TRUE(repeated->repeat);
     EXPECT_GT(once->id, 0);
     EXPECT_EQ(repeated->id, once->id + 1);
+    EndTimedJobs();
 }
 
 TEST_F(TimedRegister, IdsAreSharedByAllSchedulers) {
@@ -83,6 +84,7 @@ TEST_F(TimedRegister, AnyTicketWithTheIdNamesTheJob) {
     EXPECT_TRUE(scheduler->IsIdle(other));
     EXPECT_TRUE(scheduler->Unregister(other));
     EXPECT_FALSE(scheduler->Unregister(other));
+    EndTimedJobs();
 }
 
 TEST_F(TimedRegister, AJobIsIdleExceptWhileARunIsQueuedOrRuns) {
@@ -106,6 +108,7 @@ TEST_F(TimedRegister, AJobIsIdleExceptWhileARunIsQueuedOrRuns) {
     EXPECT_TRUE(scheduler->IsIdle(ticket));
     EXPECT_TRUE(scheduler->Unregister(ticket));
     EXPECT_FALSE(scheduler->IsIdle(ticket));
+    EndTimedJobs();
 }
 
 TEST_F(TimedRegister, AJobThatDoesNotRepeatIsGoneWhenItsRunIsQueued) {
@@ -120,6 +123,7 @@ TEST_F(TimedRegister, AJobThatDoesNotRepeatIsGoneWhenItsRunIsQueued) {
     ReleaseQueue();
     AwaitRuns();
     EXPECT_EQ(runs.Value(), 1u);
+    EndTimedJobs();
 }
 
 TEST_F(TimedRegister, AJobThatIsUnregisteredBeforeItIsDueNeverRuns) {
@@ -131,6 +135,7 @@ TEST_F(TimedRegister, AJobThatIsUnregisteredBeforeItIsDueNeverRuns) {
     clock.Advance(1h);
     AwaitRuns();
     EXPECT_EQ(runs.Value(), 0u);
+    EndTimedJobs();
 }
 
 TEST_F(TimedRegister, UnregisterTakesAQueuedRunOutOfTheQueue) {
@@ -149,6 +154,7 @@ TEST_F(TimedRegister, UnregisterTakesAQueuedRunOutOfTheQueue) {
     ReleaseQueue();
     AwaitRuns();
     EXPECT_EQ(runs.Value(), 0u);
+    EndTimedJobs();
 }
 
 TEST_F(TimedRegister, ARunThatUnregisterCannotTakeOutOfTheQueueIsCancelled) {
@@ -165,6 +171,7 @@ TEST_F(TimedRegister, ARunThatUnregisterCannotTakeOutOfTheQueueIsCancelled) {
     ReleaseQueue();
     AwaitRuns();
     EXPECT_EQ(runs.Value(), 0u);
+    EndTimedJobs();
 }
 
 TEST_F(TimedRegister, ARunThatHasBegunIsNotStoppedByUnregister) {
@@ -179,6 +186,7 @@ TEST_F(TimedRegister, ARunThatHasBegunIsNotStoppedByUnregister) {
     EXPECT_FALSE(ended.IsSet());
     mayEnd.Set();
     ended.Wait();
+    EndTimedJobs();
 }
 
 TEST_F(TimedRegister, QueuedRunsOutliveTheScheduler) {
@@ -194,6 +202,7 @@ TEST_F(TimedRegister, QueuedRunsOutliveTheScheduler) {
     ReleaseQueue();
     AwaitRuns();
     EXPECT_EQ(runs.Value(), 2u);
+    EndTimedJobs();
 }
 
 TEST_F(TimedRegister, ARunOutlivesTheSchedulerThatEndsWhileItIsQueued) {
@@ -255,7 +264,7 @@ TEST_F(TimedRegister, FailingRunsDoNotEndTheRepetition) {
         clock.Advance(100ms);
     }
     runs.WaitFor(3);
-    AwaitRuns(); // the last one still looks at the counter
+    EndTimedJobs();
 }
 
 TEST_F(TimedRegister, AnEmptyCallbackFailsItsRunOnly) {
@@ -270,6 +279,7 @@ TEST_F(TimedRegister, AnEmptyCallbackFailsItsRunOnly) {
     runs.WaitFor(2);
     AwaitRuns();
     EXPECT_TRUE(scheduler->IsIdle(ticket));
+    EndTimedJobs();
 }
 
 } // namespace

@@ -152,6 +152,7 @@ TEST_F(TimedWaits, DueJobsAreQueuedInTheOrderOfRegistration) {
     clock.Advance(500ms);
     AwaitSleepUntil(500ms + 10s + 500ms);
     EXPECT_EQ(Taken(), (Notes{"A500", "B500", "C500", "D500", "E500"}));
+    EndTimedJobs();
 }
 
 TEST_F(TimedWaits, AJobThatBecomesDueDuringAPassIsServedInItWhenItsTurnIsStillToCome) {
@@ -203,6 +204,7 @@ TEST_F(TimedWaits, AJobThatStillRunsIsLeftDueUntilItHasFinished) {
     AwaitSleepUntil(800ms + 100ms);
     AwaitRuns();
     EXPECT_EQ(runs.Value(), 2u);
+    EndTimedJobs();
 }
 
 TEST_F(TimedWaits, AJobWithoutIntervalThatStillRunsDoesNotMakeTheLoopSpin) {
@@ -226,6 +228,7 @@ TEST_F(TimedWaits, AJobWithoutIntervalThatStillRunsDoesNotMakeTheLoopSpin) {
     }
     EXPECT_EQ(runs.Value(), 1u);
     release.Set();
+    EndTimedJobs();
 }
 
 TEST_F(TimedWaits, AnIntervalOfZeroIsDueAtOnce) {
@@ -249,6 +252,7 @@ TEST_F(TimedWaits, AnIntervalOfZeroIsDueAtOnceThoughTheLoopRestsFromAPassInVain)
     Once(0ms, Noting("B"));
     AwaitNotes(1);
     release.Set();
+    EndTimedJobs();
 }
 
 TEST_F(TimedWaits, ANegativeIntervalCountsAsZero) {

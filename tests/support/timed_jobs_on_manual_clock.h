@@ -79,6 +79,15 @@ protected:
         clock.AwaitWaitUntil(begin + sinceBegin);
     }
 
+    /// Ends the scheduler, its loops and every run. The last step of a test whose callbacks use
+    /// what belongs to the test alone.
+    void EndTimedJobs() {
+        scheduler.reset();
+        AwaitNoLoop();
+        if (kq::concurrency::jobQueue.GetShared() != nullptr)
+            AwaitRuns();
+    }
+
     /// Returns when everything that is queued now has run.
     static void AwaitRuns() {
         kq::concurrency::jobQueue->Queue([] {}).Wait();
