@@ -47,7 +47,7 @@ public:
             return;
         handle_ = CreateThread(nullptr, 0, RunThread, arguments.get(), 0, &id_);
         if (handle_ != nullptr)
-            arguments.release();
+            static_cast<void>(arguments.release()); // the thread frees it
         else
             FreeLibrary(arguments->module);
     }

@@ -43,9 +43,9 @@ Conjunction* Conjunction::SoleConjunction(const std::shared_ptr<CJobTermsImpl>& 
     return terms.use_count() == 1 ? terms->condition.target<Conjunction>() : nullptr;
 }
 
-std::vector<const std::function<StartInfo()>*> Conjunction::Parts() const {
-    std::vector<const std::function<StartInfo()>*> parts;
-    std::vector<const CJobTermsImpl*> ahead{right_.get(), left_.get()};
+boost::container::small_vector<const std::function<StartInfo()>*, 8> Conjunction::Parts() const {
+    boost::container::small_vector<const std::function<StartInfo()>*, 8> parts;
+    boost::container::small_vector<const CJobTermsImpl*, 8> ahead{right_.get(), left_.get()};
     while (!ahead.empty()) {
         const std::function<StartInfo()>& condition = ahead.back()->condition;
         ahead.pop_back();

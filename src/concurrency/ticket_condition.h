@@ -5,7 +5,9 @@
 
 #include "concurrency/recycling.h"
 
+#include <boost/container/small_vector.hpp>
 #include <cstddef>
+
 #include <functional>
 #include <memory>
 #include <utility>
@@ -69,7 +71,7 @@ public:
     ~Conjunction();
 
     /// The conditions that it is made of and that are no conjunctions, from left to right.
-    std::vector<const std::function<StartInfo()>*> Parts() const;
+    boost::container::small_vector<const std::function<StartInfo()>*, 8> Parts() const;
 
     StartInfo operator()() const;
 

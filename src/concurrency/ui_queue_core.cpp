@@ -100,7 +100,6 @@ void UIQueueCore::RunWhatMayStart() noexcept {
 // before it runs, and nothing of the list is remembered across it.
 void UIQueueCore::ProcessQueue(Lock& lock) noexcept {
     TakeOver(lock);
-    CurrentJobSlot& slot = CurrentJob();
     for (;;) {
         FinishCascade dropped;
         std::shared_ptr<CQueueJobAdapter> next =
@@ -118,12 +117,8 @@ void UIQueueCore::ProcessQueue(Lock& lock) noexcept {
             EnsureReturn();
         lock.unlock();
         dropped.Run();
-        if (next != nullptr) {
-            CQueueJobAdapter& job = *next;
-            CJobTicket ticket(std::move(next));
-            job.gate.reset();
-            RunJob(job.job, ticket, slot);
-        }
+        if (next != nullptr)
+            Run(std::move(next));
         lock.lock();
     }
     if (isClosed_)
@@ -132,6 +127,15 @@ void UIQueueCore::ProcessQueue(Lock& lock) noexcept {
         EnsureReturn();
     else
         window_->StopRetryTimer();
+}
+
+// The thread's slot is only asked for here: with emulated TLS it takes memory that the thread
+// keeps.
+void UIQueueCore::Run(std::shared_ptr<CQueueJobAdapter> next) noexcept {
+    CQueueJobAdapter& job = *next;
+    const CJobTicket ticket(std::move(next));
+    job.gate.reset();
+    RunJob(job.job, ticket, CurrentJob());
 }
 
 void UIQueueCore::EnsureReturn() noexcept {

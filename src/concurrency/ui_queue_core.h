@@ -53,6 +53,7 @@ private:
     void RequestWake() noexcept;
     void TakeOver(Lock& lock) noexcept;
     void ProcessQueue(Lock& lock) noexcept;
+    static void Run(std::shared_ptr<CQueueJobAdapter> next) noexcept;
     /// Has the timer call `ProcessQueue` again, unless a wake message is on its way to do so.
     void EnsureReturn() noexcept;
 

@@ -67,7 +67,7 @@ public:
     }
     /// A strict order for sorted containers, by the address of the state; an empty ticket is first.
     friend bool operator<(const CJobTicket& left, const CJobTicket& right) noexcept {
-        return std::less<CJobState*>()(left.state_.get(), right.state_.get());
+        return std::less<>()(left.state_.get(), right.state_.get());
     }
     friend bool operator>(const CJobTicket& left, const CJobTicket& right) noexcept {
         return right < left;
