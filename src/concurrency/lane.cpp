@@ -75,6 +75,7 @@ void LaneCore::Drain() {
             return;
         // Jobs wait and nobody serves them: a dispatcher could not be started when they came.
         ++startingCount_;
+        isStartCountedOn_ = false;
         lock.unlock();
         FinishCascade cascade;
         try {
@@ -105,14 +106,17 @@ LaneCore::Help LaneCore::NeededHelp() noexcept {
         isPausing_ = false;
         return Help::RingBell;
     }
-    if (lookingCount_ + startingCount_ != 0)
+    if (lookingCount_ + startingCount_ != 0) {
+        isStartCountedOn_ = true;
         return Help::None;
+    }
     // Jobs that only wait need nobody but a dispatcher to come back to.
     if (!hasWork && (jobs_.IsEmpty() || activeCount_ != 0))
         return Help::None;
     if (activeCount_ >= maxDispatchers_)
         return Help::None;
     ++startingCount_;
+    isStartCountedOn_ = false;
     return Help::StartDispatcher;
 }
 

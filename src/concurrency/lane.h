@@ -24,7 +24,8 @@ class FinishCascade;
 /// - A dispatcher ends only when another one is looking, or when nothing is pending. So while
 ///   anything is pending there is a dispatcher, and the last one with nothing to do sleeps.
 /// - Whoever makes a job startable, or takes one and leaves others, sees to it that somebody looks:
-///   wakes the sleeper or starts a dispatcher.
+///   wakes the sleeper or starts a dispatcher. Whoever fails to start one tries again for those who
+///   relied on it.
 ///
 /// The core is kept alive by its dispatchers and by the jobs that wait on tickets. It does not own
 /// the pool, whose last reference must not be dropped on one of its own threads; the owner of the
@@ -77,7 +78,8 @@ private:
 
     PendingJobs jobs_;
 
-    std::size_t startingCount_ = 0; // dispatchers whose thread was asked for
+    std::size_t startingCount_ = 0; // dispatchers whose thread was asked for; at most one
+    bool isStartCountedOn_ = false; // somebody has left work to it since
     std::size_t activeCount_ = 0;   // dispatchers on a thread
     std::size_t lookingCount_ = 0;  // those of them that run no job
     bool isSleeping_ = false;       // one of these waits for woken_

@@ -11,22 +11,28 @@ namespace kq::concurrency {
 
 // The caller has counted it in startingCount_.
 void LaneCore::StartDispatcher() {
-    std::shared_ptr<DispatcherStart> start;
-    try {
-        start = std::make_shared<DispatcherStart>(
-            std::static_pointer_cast<LaneCore>(shared_from_this()));
-        pool_.Start([start] { start->lane->Dispatch(*start); });
-    } catch (...) {
-        const std::lock_guard guard(mutex_);
-        // The pool keeps the loop; another thread of it may have taken it by now.
-        const bool hasBegun = start != nullptr && !start->isCounted;
-        if (hasBegun)
+    for (;;) {
+        std::shared_ptr<DispatcherStart> start;
+        try {
+            start = std::make_shared<DispatcherStart>(
+                std::static_pointer_cast<LaneCore>(shared_from_this()));
+            pool_.Start([start] { start->lane->Dispatch(*start); });
             return;
-        if (start != nullptr)
-            start->isCounted = false;
-        if (--startingCount_ + activeCount_ == 0)
-            gone_.notify_all();
-        throw;
+        } catch (...) {
+            const std::lock_guard guard(mutex_);
+            // The pool keeps the loop; another thread of it may have taken it by now.
+            const bool hasBegun = start != nullptr && !start->isCounted;
+            if (hasBegun)
+                return;
+            if (start != nullptr)
+                start->isCounted = false;
+            // Those who left their job to this one have nobody else, and were not told.
+            if (std::exchange(isStartCountedOn_, false))
+                continue;
+            if (--startingCount_ + activeCount_ == 0)
+                gone_.notify_all();
+            throw;
+        }
     }
 }
 

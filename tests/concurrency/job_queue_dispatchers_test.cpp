@@ -180,6 +180,28 @@ TEST(JobQueueDispatchers, AWokenJobForWhichNoThreadCameStaysAndRunsLater) {
     hasRun.Wait("the woken job");
 }
 
+TEST(JobQueueDispatchers, AJobQueuedWhileAThreadIsAskedForInVainGetsAnother) {
+    Event isAsked, mayRefuse;
+    TestFactory factory([&](std::size_t call) {
+        if (call == 2) {
+            isAsked.Set();
+            mayRefuse.Wait("the late job");
+        }
+        return call > 2;
+    });
+    CThreadPool outside(1);
+    Event release, hasRun;
+    const CJobTicket outsideJob = outside.Start([&] { release.Wait(); });
+    CJobQueue queue(std::make_shared<CThreadPool>(1, factory.Function()), 1);
+    EXPECT_THROW(queue.Queue([&] { hasRun.Set(); }, after(outsideJob)), std::runtime_error);
+    release.Set();
+    isAsked.Wait("the thread for the woken job");
+    const CJobTicket late = queue.Queue([] {});
+    mayRefuse.Set();
+    EXPECT_TRUE(late.Wait(30'000));
+    hasRun.Wait("the woken job");
+}
+
 TEST(JobQueueDispatchers, ALateOneFindsItsQueueGone) {
     std::atomic<bool> mayMake{false};
     TestFactory factory([&](std::size_t) { return mayMake.load(); });
