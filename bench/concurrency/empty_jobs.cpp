@@ -109,6 +109,7 @@ void EmptyJobs() {
     heldBack.Enter("kq, 1,000,000 pending", [] { return EmptyJobsHeldBack(1'000'000, 1); });
 
     std::vector<Row*> all;
+    all.reserve(rows.size());
     for (Row& row : rows)
         all.push_back(&row);
     Measure(all);

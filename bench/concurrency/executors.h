@@ -138,7 +138,7 @@ public:
         auto closure = std::make_unique<F>(function);
         if (TrySubmitThreadpoolCallback(&Run<F>, closure.get(), nullptr) == FALSE)
             throw std::runtime_error("TrySubmitThreadpoolCallback failed");
-        closure.release();
+        static_cast<void>(closure.release()); // the callback frees it
     }
 
 private:

@@ -16,7 +16,7 @@ namespace {
 template <class Executor>
 struct Relay {
     Executor& executor;
-    std::size_t left; // only the one running job touches it
+    std::size_t left = 0; // only the one running job touches it
     Event finished;
 
     struct Step {

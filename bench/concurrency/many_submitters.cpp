@@ -25,6 +25,7 @@ double ManySubmitters(Executor& executor, std::size_t jobsEach, const Empty& job
     submitted.Begin(submitters);
     std::vector<std::vector<typename Executor::Handle>> handles(submitters);
     std::vector<std::thread> threads;
+    threads.reserve(submitters);
     for (auto& own : handles)
         threads.emplace_back([&] {
             own.reserve(jobsEach);

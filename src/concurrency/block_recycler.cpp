@@ -37,9 +37,12 @@ void BlockRecycler::Batch::Push(Block& block) noexcept {
     ++count;
 }
 
+// Not of an empty batch.
 BlockRecycler::Block& BlockRecycler::Batch::Pop() noexcept {
+    Block& block = *first; // NOLINT(clang-analyzer-core.NullDereference)
+    first = block.next;
     --count;
-    return *std::exchange(first, first->next);
+    return block;
 }
 
 /// A shard, locked as long as this lives.
@@ -74,8 +77,8 @@ private:
 
 void* BlockRecycler::Take() {
     const HeldShard shard(*this);
-    if (shard->current.count == 0) {
-        if (shard->spare.count != 0)
+    if (shard->current.IsEmpty()) {
+        if (!shard->spare.IsEmpty())
             std::swap(shard->current, shard->spare);
         else
             shard->current = TakeBatch();
@@ -86,7 +89,7 @@ void* BlockRecycler::Take() {
 void BlockRecycler::Give(void* block) noexcept {
     const HeldShard shard(*this);
     if (shard->current.count >= batchSize &&
-        (shard->spare.count == 0 || TryToGiveBatch(shard->spare)))
+        (shard->spare.IsEmpty() || TryToGiveBatch(shard->spare)))
         shard->spare = std::exchange(shard->current, {});
     shard->current.Push(*static_cast<Block*>(block));
 }
@@ -138,7 +141,7 @@ BlockRecycler::Batch BlockRecycler::CutSlab() {
 BlockRecycler::Batch BlockRecycler::TakeAllFree() noexcept {
     Batch all;
     const auto add = [&all](Batch batch) {
-        while (batch.count != 0)
+        while (!batch.IsEmpty())
             all.Push(batch.Pop());
     };
     for (Shard& shard : shards_) {
@@ -174,11 +177,11 @@ void BlockRecycler::Trim() noexcept {
         ++Slab::Of(*block).freeCount;
 
     Batch kept;
-    while (free.count != 0) {
+    while (!free.IsEmpty()) {
         Block& block = free.Pop();
         if (!Slab::Of(block).IsFree())
             kept.Push(block);
-        if (kept.count == batchSize || (free.count == 0 && kept.count != 0))
+        if (kept.count == batchSize || (free.IsEmpty() && !kept.IsEmpty()))
             GiveBatch(std::exchange(kept, {}));
     }
 

@@ -44,6 +44,7 @@ private:
         Block* first = nullptr;
         std::size_t count = 0;
 
+        bool IsEmpty() const noexcept { return first == nullptr; }
         void Push(Block& block) noexcept;
         Block& Pop() noexcept;
     };
@@ -68,8 +69,8 @@ private:
     Batch CutSlab();
     Batch TakeAllFree() noexcept;
 
-    const std::size_t blockSize_;
     Shard shards_[shardCount];
+    const std::size_t blockSize_;
 
     thread::mutex mutex_;      // guards the next two
     Block* batches_ = nullptr; // full ones, linked through their first blocks

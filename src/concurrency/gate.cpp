@@ -1,5 +1,6 @@
 #include "concurrency/gate.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace kq::concurrency {
@@ -51,13 +52,13 @@ bool Gate::AddClauses(const std::function<StartInfo()>& terms) {
     const auto* const both = terms.target<Conjunction>();
     if (both == nullptr)
         return false;
-    for (const std::function<StartInfo()>* part : both->Parts()) {
+    const ConditionParts parts = both->Parts();
+    return std::all_of(parts.begin(), parts.end(), [this](const std::function<StartInfo()>* part) {
         const auto* const tickets = part->target<TicketCondition>();
-        if (tickets == nullptr)
-            return false;
-        clauses.emplace_front(*tickets);
-    }
-    return true;
+        if (tickets != nullptr)
+            clauses.emplace_front(*tickets);
+        return tickets != nullptr;
+    });
 }
 
 StartInfo Gate::Ask() {

@@ -38,7 +38,7 @@ std::size_t SaturatedProduct(std::size_t count, unsigned int factor) {
 
 } // namespace
 
-CJobQueueImpl::CJobQueueImpl(std::shared_ptr<CThreadPool> pool, unsigned int blockingFactor)
+CJobQueueImpl::CJobQueueImpl(const std::shared_ptr<CThreadPool>& pool, unsigned int blockingFactor)
     : normalQueue_(pool, pool->MaxSpareThreadCount()),
       blockingQueue_(pool, SaturatedProduct(pool->MaxSpareThreadCount(), blockingFactor)) {}
 

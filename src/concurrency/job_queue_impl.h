@@ -12,7 +12,7 @@ namespace kq::concurrency {
 
 class CJobQueueImpl {
 public:
-    CJobQueueImpl(std::shared_ptr<CThreadPool> pool, unsigned int blockingFactor);
+    CJobQueueImpl(const std::shared_ptr<CThreadPool>& pool, unsigned int blockingFactor);
 
     static CJobQueueImpl& Of(CJobQueue& queue) noexcept { return *queue.impl_; }
 

@@ -47,7 +47,7 @@ public:
 
     /// Takes a job, behind all others in the order of submission. A job that can never run goes to
     /// `cascade`; a gate that is open already goes to `opened`.
-    void Enter(std::shared_ptr<CQueueJobAdapter> job, GateKeeper& keeper,
+    void Enter(std::shared_ptr<CQueueJobAdapter> entering, GateKeeper& keeper,
                std::shared_ptr<Gate>& opened, FinishCascade& cascade) noexcept;
 
     /// To be called by the keeper of the gates.

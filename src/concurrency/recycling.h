@@ -46,14 +46,13 @@ std::shared_ptr<T> MakeRecycled(Arguments&&... arguments) {
     return std::allocate_shared<T>(RecyclingAllocator<T>(), std::forward<Arguments>(arguments)...);
 }
 
-/// Base of classes for which `new` takes recycled memory: what a `std::function` holds and has no
-/// room for comes by its memory in that way.
+/// Base of a class `T` for which `new` takes recycled memory: what a `std::function` holds and has
+/// no room for comes by its memory in that way.
+template <class T>
 struct RecycledByNew {
-    static void* operator new(std::size_t size) { return RecyclerFor(size).Take(); }
+    static void* operator new(std::size_t /*size*/) { return RecyclerFor(sizeof(T)).Take(); }
     static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
-    static void operator delete(void* block, std::size_t size) noexcept {
-        RecyclerFor(size).Give(block);
-    }
+    static void operator delete(void* block) noexcept { RecyclerFor(sizeof(T)).Give(block); }
     static void operator delete(void* /*block*/, void* /*place*/) noexcept {}
 };
 

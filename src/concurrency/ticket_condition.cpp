@@ -43,8 +43,8 @@ Conjunction* Conjunction::SoleConjunction(const std::shared_ptr<CJobTermsImpl>& 
     return terms.use_count() == 1 ? terms->condition.target<Conjunction>() : nullptr;
 }
 
-boost::container::small_vector<const std::function<StartInfo()>*, 8> Conjunction::Parts() const {
-    boost::container::small_vector<const std::function<StartInfo()>*, 8> parts;
+ConditionParts Conjunction::Parts() const {
+    ConditionParts parts;
     boost::container::small_vector<const CJobTermsImpl*, 8> ahead{right_.get(), left_.get()};
     while (!ahead.empty()) {
         const std::function<StartInfo()>& condition = ahead.back()->condition;

@@ -6,8 +6,8 @@
 #include "concurrency/recycling.h"
 
 #include <boost/container/small_vector.hpp>
-#include <cstddef>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -19,14 +19,14 @@ class CJobState;
 
 /// The condition of `after` and `dependsOn`. It can be asked like any other condition; a queue
 /// recognises it, follows the tickets with a `TicketCursor` and never has to ask.
-struct TicketCondition : RecycledByNew {
+struct TicketCondition : RecycledByNew<TicketCondition> {
     enum class Requires {
         Finished, ///< every job has finished, whatever its outcome
         Done,     ///< every job is done; dropped otherwise
     };
 
-    TicketCondition(Requires theWhat, const CJobTicket& theTicket) noexcept
-        : what(theWhat), ticket(theTicket) {}
+    TicketCondition(Requires theWhat, CJobTicket theTicket) noexcept
+        : what(theWhat), ticket(std::move(theTicket)) {}
     TicketCondition(Requires theWhat, const std::vector<CJobTicket>& theTickets)
         : what(theWhat), list(std::make_shared<const std::vector<CJobTicket>>(theTickets)) {}
 
@@ -47,7 +47,7 @@ struct TicketCondition : RecycledByNew {
 /// not satisfy it decides.
 class TicketCursor {
 public:
-    explicit TicketCursor(const TicketCondition& condition) noexcept : condition_(condition) {}
+    explicit TicketCursor(TicketCondition condition) noexcept : condition_(std::move(condition)) {}
 
     /// `Start` when every ticket satisfies the condition, `Drop` when the first that does not never
     /// will, `Postpone` when it is unfinished: `Current()` is then the job to wait for.
@@ -60,9 +60,12 @@ private:
     std::size_t next_ = 0;
 };
 
+/// Conditions; few as a rule, and then not on the heap.
+using ConditionParts = boost::container::small_vector<const std::function<StartInfo()>*, 8>;
+
 /// The condition of terms that were combined with `&`, both of which have one. Terms that were
 /// folded together one by one are as deep as there are of them, so nothing here is recursive.
-class Conjunction : public RecycledByNew {
+class Conjunction : public RecycledByNew<Conjunction> {
 public:
     Conjunction(std::shared_ptr<CJobTermsImpl> left, std::shared_ptr<CJobTermsImpl> right) noexcept
         : left_(std::move(left)), right_(std::move(right)) {}
@@ -71,7 +74,7 @@ public:
     ~Conjunction();
 
     /// The conditions that it is made of and that are no conjunctions, from left to right.
-    boost::container::small_vector<const std::function<StartInfo()>*, 8> Parts() const;
+    ConditionParts Parts() const;
 
     StartInfo operator()() const;
 

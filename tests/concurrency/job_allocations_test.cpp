@@ -1,11 +1,12 @@
 // What a job takes from the heap, counted: the hot path must not grow unnoticed.
 #include <kq/concurrency/job_queue.h>
 
+#include <windows.h>
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstddef>
-#include <cstdlib>
 #include <functional>
 #include <future>
 #include <memory>
@@ -19,19 +20,21 @@ std::atomic<std::size_t> allocations{0};
 
 void* Allocate(std::size_t size) {
     allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* const memory = std::malloc(size))
+    if (void* const memory = HeapAlloc(GetProcessHeap(), 0, size))
         return memory;
     throw std::bad_alloc();
 }
+
+void Free(void* memory) noexcept { HeapFree(GetProcessHeap(), 0, memory); }
 
 } // namespace
 
 void* operator new(std::size_t size) { return Allocate(size); }
 void* operator new[](std::size_t size) { return Allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept { Free(memory); }
+void operator delete[](void* memory) noexcept { Free(memory); }
+void operator delete(void* memory, std::size_t /*size*/) noexcept { Free(memory); }
+void operator delete[](void* memory, std::size_t /*size*/) noexcept { Free(memory); }
 
 namespace {
 
