@@ -83,8 +83,8 @@ std::uint64_t CJobQueueImpl::QueuedCount() const noexcept {
 CJobQueue::CJobQueue(unsigned int blockingFactor)
     : CJobQueue(InstalledOrPrivatePool(), blockingFactor) {}
 
-CJobQueue::CJobQueue(std::shared_ptr<CThreadPool> pool, unsigned int blockingFactor)
-    : impl_(std::make_unique<CJobQueueImpl>(std::move(pool), blockingFactor)) {}
+CJobQueue::CJobQueue(const std::shared_ptr<CThreadPool>& pool, unsigned int blockingFactor)
+    : impl_(std::make_unique<CJobQueueImpl>(pool, blockingFactor)) {}
 
 // Both lanes are whole until every job has ended.
 CJobQueue::~CJobQueue() { impl_->Drain(); }

@@ -23,7 +23,7 @@ using Nanoseconds = std::chrono::nanoseconds;
 
 /// Negative intervals are 0, those beyond the range the largest.
 Nanoseconds Saturated(std::chrono::milliseconds interval) noexcept {
-    if (interval <= interval.zero())
+    if (interval <= std::chrono::milliseconds::zero())
         return Nanoseconds::zero();
     constexpr auto largest =
         std::chrono::duration_cast<std::chrono::milliseconds>(Nanoseconds::max());
@@ -47,7 +47,7 @@ void Withdraw(CJobQueue& queue, const CJobTicket& ticket) noexcept {
 } // namespace
 
 struct TimedJobs::Registration {
-    std::int32_t id;
+    std::int32_t id = 0;
     std::function<void(const TimedJobTicket&)> callback;
     std::atomic<bool> isCancelled{false};
 };

@@ -19,7 +19,7 @@ bool CUIJobQueueImpl::Remove(const CJobTicket& ticket) {
     return job != nullptr && core_->Remove(*job);
 }
 
-void CUIJobQueueImpl::Pump() {
+void CUIJobQueueImpl::Pump() const {
     // A null window would mean every message of the thread.
     if (HWND__* const window = Window())
         win32::PumpMessageQueue(window);

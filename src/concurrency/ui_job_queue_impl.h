@@ -21,7 +21,7 @@ public:
     bool Remove(const CJobTicket& ticket) override;
 
     /// Dispatches the messages of the window; never waits. On the UI thread.
-    void Pump();
+    void Pump() const;
 
     /// Null when there is none. On the UI thread.
     HWND Window() const noexcept { return core_->Window(); }

@@ -81,7 +81,7 @@ void UIQueueCore::OnTicketFinished(const std::shared_ptr<Gate>& gate, TicketClau
 }
 
 void UIQueueCore::OnWake() noexcept {
-    const auto keepAlive = shared_from_this();
+    const auto keepAlive = weak_from_this().lock();
     Lock lock(mutex_);
     // Before anything is taken over: what is queued from now on posts a message of its own.
     isWakePosted_ = false;
@@ -91,7 +91,7 @@ void UIQueueCore::OnWake() noexcept {
 void UIQueueCore::OnRetryTimer() noexcept { RunWhatMayStart(); }
 
 void UIQueueCore::RunWhatMayStart() noexcept {
-    const auto keepAlive = shared_from_this();
+    const auto keepAlive = weak_from_this().lock();
     Lock lock(mutex_);
     ProcessQueue(lock);
 }

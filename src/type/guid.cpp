@@ -16,13 +16,14 @@ bool Parse(const std::wstring& text, UUID& value) noexcept {
     constexpr std::size_t length = 36;
     if (text.size() != length || text.find(L'\0') != std::wstring::npos)
         return false;
-    const auto characters = reinterpret_cast<RPC_WSTR>(const_cast<wchar_t*>(text.c_str()));
+    auto* const characters = reinterpret_cast<RPC_WSTR>(const_cast<wchar_t*>(text.c_str()));
     return UuidFromStringW(characters, &value) == RPC_S_OK;
 }
 
 } // namespace
 
-static_assert(sizeof(Guid) == sizeof(GUID) && alignof(Guid) == alignof(GUID));
+static_assert(sizeof(Guid) == sizeof(GUID));
+static_assert(alignof(Guid) == alignof(GUID));
 static_assert(std::is_trivially_copyable_v<Guid>);
 
 Guid::Guid() {

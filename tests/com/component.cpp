@@ -56,7 +56,7 @@ public:
         *object = nullptr;
         if (outer != nullptr)
             return CLASS_E_NOAGGREGATION;
-        Component* const component = new (std::nothrow) Component;
+        auto* const component = new (std::nothrow) Component;
         if (component == nullptr)
             return E_OUTOFMEMORY;
         const HRESULT result = component->QueryInterface(id, object);
@@ -75,7 +75,7 @@ STDAPI DllGetClassObject(REFCLSID classId, REFIID id, void** object) {
     *object = nullptr;
     if (classId != componentClass)
         return CLASS_E_CLASSNOTAVAILABLE;
-    Factory* const factory = new (std::nothrow) Factory;
+    auto* const factory = new (std::nothrow) Factory;
     if (factory == nullptr)
         return E_OUTOFMEMORY;
     const HRESULT result = factory->QueryInterface(id, object);

@@ -55,12 +55,12 @@ public:
     /// ticket and an unknown id.
     virtual bool IsIdle(const TimedJobTicket& ticket) = 0;
 
+    ITimedJobScheduler(const ITimedJobScheduler&) = delete;
+    ITimedJobScheduler& operator=(const ITimedJobScheduler&) = delete;
     virtual ~ITimedJobScheduler();
 
 protected:
     ITimedJobScheduler() = default;
-    ITimedJobScheduler(const ITimedJobScheduler&) = delete;
-    ITimedJobScheduler& operator=(const ITimedJobScheduler&) = delete;
 };
 
 /// Makes a new process-wide scheduler; one that exists is destroyed after the replacement. The

@@ -55,7 +55,7 @@ private:
     KQ_API std::size_t Hash() const noexcept;
 
     // As the platform's structure, which is aligned to its first field of 32 bits.
-    alignas(4) unsigned char bytes_[16];
+    alignas(4) unsigned char bytes_[16] = {};
 };
 
 /// Writes `guid.ToString()`.
