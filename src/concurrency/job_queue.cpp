@@ -83,7 +83,9 @@ std::uint64_t CJobQueueImpl::QueuedCount() const noexcept {
 CJobQueue::CJobQueue(unsigned int blockingFactor)
     : CJobQueue(InstalledOrPrivatePool(), blockingFactor) {}
 
-CJobQueue::CJobQueue(const std::shared_ptr<CThreadPool>& pool, unsigned int blockingFactor)
+// By value, because the caller may give its reference away.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+CJobQueue::CJobQueue(std::shared_ptr<CThreadPool> pool, unsigned int blockingFactor)
     : impl_(std::make_unique<CJobQueueImpl>(pool, blockingFactor)) {}
 
 // Both lanes are whole until every job has ended.

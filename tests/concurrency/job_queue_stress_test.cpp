@@ -83,7 +83,7 @@ private:
             terms = terms & AnyTerms(random);
         const std::uint32_t stream = random.Below(1'000'000'000);
         Load& load = blocking ? blocking_ : normal_;
-        const CJobTicket ticket = queue_.Queue(
+        CJobTicket ticket = queue_.Queue(
             [this, &record, &load, stream, depth,
              token = kq_test::OnDestruction([&record] { ++record.ends; })] {
                 load.Enter();

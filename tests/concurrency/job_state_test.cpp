@@ -155,7 +155,7 @@ TEST(JobState, TellsExactlyThoseWhoStayUnderStress) {
     constexpr std::uint32_t threadCount = 3;
     for (std::uint32_t round = 0; round != rounds; ++round) {
         CJobState state;
-        std::deque<Teller> tellers(threadCount * 20);
+        std::deque<Teller> tellers(std::size_t{20} * threadCount);
         std::vector<int> expected(tellers.size());
         std::atomic<bool> go{false};
         std::vector<std::thread> threads;

@@ -82,6 +82,7 @@ TEST(ReadyQueue, YieldsTheSameAsASortedMapWhateverComesAndGoes) {
         kq_test::Random random(seed, round);
         const auto jobs = MakeJobs(1 + random.Below(400));
         std::vector<CQueueJobAdapter*> outside;
+        outside.reserve(jobs.size());
         for (const auto& job : jobs)
             outside.push_back(job.get());
         ReadyQueue queue;
@@ -110,6 +111,7 @@ TEST(ReadyQueue, YieldsTheSameAsASortedMapWhateverComesAndGoes) {
             ASSERT_EQ(queue.IsEmpty(), reference.empty());
         }
         std::vector<std::uint64_t> rest;
+        rest.reserve(reference.size());
         for (const auto& [sequence, job] : reference)
             rest.push_back(sequence);
         ASSERT_EQ(TakeAll(queue), rest) << "round " << round;

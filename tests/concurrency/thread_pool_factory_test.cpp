@@ -20,7 +20,6 @@
 using namespace kq::concurrency;
 using kq_test::Counter;
 using kq_test::Event;
-using kq_test::Eventually;
 using kq_test::ReturnsInTime;
 using kq_test::TestFactory;
 

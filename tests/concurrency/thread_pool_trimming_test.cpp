@@ -18,10 +18,8 @@
 #include <vector>
 
 using kq::concurrency::CJobTicket;
-using kq::concurrency::Job;
 using kq::concurrency::ThreadPoolCore;
 using kq_test::Counter;
-using kq_test::Event;
 using kq_test::Eventually;
 using namespace std::chrono_literals;
 

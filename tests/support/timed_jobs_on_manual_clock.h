@@ -58,7 +58,7 @@ protected:
     Ticket Register(Callback callback, Milliseconds interval, bool repeat) {
         const std::size_t waits = clock.Waits();
         Ticket ticket = scheduler->Register(std::move(callback), interval, repeat);
-        if (interval > interval.zero())
+        if (interval > Milliseconds::zero())
             clock.AwaitMoreWaits(waits);
         return ticket;
     }

@@ -42,7 +42,7 @@ public:
     /// Runs its jobs on `pool`. The limit of jobs that run at once is the pool's
     /// `MaxSpareThreadCount()`, and for blocking jobs that number times `blockingFactor` (a factor
     /// of 0 counts as 1).
-    KQ_API CJobQueue(const std::shared_ptr<CThreadPool>& pool, unsigned int blockingFactor);
+    KQ_API CJobQueue(std::shared_ptr<CThreadPool> pool, unsigned int blockingFactor);
 
     /// Waits until every job has run or was dropped by its terms; a job whose terms never resolve
     /// holds this up for ever. Must not be called from one of its own jobs.
