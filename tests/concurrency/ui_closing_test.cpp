@@ -136,7 +136,7 @@ TEST(UIClosing, DestroysWhatJobsCapturedWithoutAnyLock) {
 }
 
 TEST(UIClosing, ToleratesTicketsThatFinishMeanwhile) {
-    for (int round = 0; round != 300; ++round) {
+    for (int round = 0; round != 150; ++round) {
         Counter ready;
         kq_test::Event begin;
         CJobTicket theirs;
@@ -165,7 +165,7 @@ TEST(UIClosing, ToleratesTicketsThatFinishMeanwhile) {
 
 TEST(UIClosing, LeavesNoWindows) {
     const std::vector<HWND> before = kq_test::UIWindows();
-    for (int round = 0; round != 500; ++round) {
+    for (int round = 0; round != 100; ++round) {
         CUIJobQueue queue;
         bool hasRun = false;
         queue.Queue([&] { hasRun = true; }, inUIAsync);
