@@ -50,6 +50,7 @@ TEST(UIClosing, EndsEveryJobAsRemovedAndWakesItsWaiters) {
     Counter waiting;
     Counter woken;
     std::vector<std::thread> waiters;
+    waiters.reserve(tickets.size());
     for (const CJobTicket& ticket : tickets)
         waiters.emplace_back([&, ticket] {
             waiting.Add();
