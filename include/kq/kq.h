@@ -25,6 +25,7 @@
 #include <kq/thread/spin_mutex.h>
 #include <kq/thread/thread_names.h>
 #include <kq/type/guid.h>
+#include <kq/type/type_keyed_map.h>
 #include <kq/version.h>
 #include <kq/win32/environment.h>
 #include <kq/win32/message.h>
