@@ -20,6 +20,9 @@
 #include <kq/export.h>
 #include <kq/library.h>
 #include <kq/shared_ref.h>
+#include <kq/signal/behavior_signaler.h>
+#include <kq/signal/signaler.h>
+#include <kq/signal/sink_list.h>
 #include <kq/singleton.h>
 #include <kq/thread/memory_reserver.h>
 #include <kq/thread/precise_sleeper.h>
