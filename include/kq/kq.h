@@ -18,6 +18,7 @@
 #include <kq/crypt/credential_store.h>
 #include <kq/expected.h>
 #include <kq/export.h>
+#include <kq/ioc/container.h>
 #include <kq/library.h>
 #include <kq/shared_ref.h>
 #include <kq/signal/behavior_signaler.h>

@@ -154,7 +154,7 @@ TEST(Credential, AMoveTakesTheSecretAlong) {
 
 TEST(Credential, WrapsWhatAHostImplements) {
     const Credential credential = OfHost();
-    const Credential copy = credential;
+    const Credential copy = credential; // NOLINT: the copy is what is tested
     EXPECT_EQ(copy.UserName(), L"u");
     EXPECT_EQ(copy.Secret(), Bytes{1});
     int calls = 0;
@@ -232,7 +232,7 @@ TEST(CredentialInterface, KeepsTheOrderOfItsOperations) {
     {
         const Credential credential(std::unique_ptr<Credential::Interface>(
             reinterpret_cast<Credential::Interface*>(implementation.release())));
-        const Credential copy = credential;
+        const Credential copy = credential; // NOLINT: the copy is what is tested
         credential.UserName();
         credential.Secret();
         credential.WithSecret([](const Bytes&) {});

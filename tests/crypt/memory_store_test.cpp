@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -13,6 +12,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using kq::crypt::Credential;
@@ -143,48 +143,72 @@ TEST(MemoryStore, TheEndOfACredentialMayUseTheStore) {
     EXPECT_EQ(store.Load(L"ended")->UserName(), L"1");
 }
 
+/// Saves, loads and removes at random, and counts what it sees.
+class Visitor {
+public:
+    Visitor(Store& store, kq_test::Random random) : store_(store), random_(std::move(random)) {}
+
+    void Run(int rounds) {
+        for (int round = 0; round != rounds; ++round) {
+            const std::wstring key = std::to_wstring(random_.Below(5));
+            switch (random_.Below(3)) {
+                case 0:
+                    Save(key);
+                    break;
+                case 1:
+                    Load(key);
+                    break;
+                default:
+                    failures += store_.Remove(key) ? 0 : 1;
+            }
+        }
+    }
+
+    int failures = 0;
+    int torn = 0;
+    int loads = 0;
+
+private:
+    void Save(const std::wstring& key) {
+        const auto number = static_cast<unsigned char>(random_.Below(256));
+        const auto saved =
+            store_.Save(key, MkCredential(std::to_wstring(number), Bytes(64, number)));
+        failures += saved ? 0 : 1;
+    }
+
+    void Load(const std::wstring& key) {
+        const std::optional<Credential> loaded = store_.Load(key);
+        if (!loaded)
+            return;
+        ++loads;
+        const Bytes secret = loaded->Secret();
+        const bool isWhole = secret.size() == 64 && secret == Bytes(64, secret.front()) &&
+                             loaded->UserName() == std::to_wstring(secret.front());
+        torn += isWhole ? 0 : 1;
+    }
+
+    Store& store_;
+    kq_test::Random random_;
+};
+
 TEST(MemoryStore, MayBeUsedOnManyThreads) {
-    constexpr std::uint32_t threadCount = 4;
-    constexpr int rounds = 20'000;
-    constexpr std::uint32_t keyCount = 5;
+    constexpr int rounds = 50'000;
     const std::uint32_t seed = kq_test::Seed();
     Store store = MkMemoryCredentialStore();
-    std::atomic<int> torn{0};
-    std::atomic<int> failed{0};
-    std::atomic<int> loads{0};
+    std::vector<Visitor> visitors;
+    for (std::uint32_t stream = 0; stream != 4; ++stream)
+        visitors.emplace_back(store, kq_test::Random(seed, stream));
     std::vector<std::thread> threads;
-    for (std::uint32_t thread = 0; thread != threadCount; ++thread)
-        threads.emplace_back([&, thread] {
-            kq_test::Random random(seed, thread);
-            for (int round = 0; round != rounds; ++round) {
-                const std::wstring key = std::to_wstring(random.Below(keyCount));
-                const auto number = static_cast<unsigned char>(random.Below(256));
-                switch (random.Below(3)) {
-                    case 0:
-                        if (!store.Save(key,
-                                        MkCredential(std::to_wstring(number), Bytes(64, number))))
-                            ++failed;
-                        break;
-                    case 1:
-                        if (const std::optional<Credential> loaded = store.Load(key)) {
-                            const Bytes secret = loaded->Secret();
-                            if (secret.size() != 64 || secret != Bytes(64, secret.front()) ||
-                                loaded->UserName() != std::to_wstring(secret.front()))
-                                ++torn;
-                            ++loads;
-                        }
-                        break;
-                    default:
-                        if (!store.Remove(key))
-                            ++failed;
-                }
-            }
-        });
+    threads.reserve(visitors.size());
+    for (Visitor& visitor : visitors)
+        threads.emplace_back([&visitor] { visitor.Run(rounds); });
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(torn, 0);
-    EXPECT_EQ(failed, 0);
-    EXPECT_GT(loads, 0);
+    for (const Visitor& visitor : visitors) {
+        EXPECT_EQ(visitor.failures, 0);
+        EXPECT_EQ(visitor.torn, 0);
+        EXPECT_GT(visitor.loads, 0);
+    }
 }
 
 } // namespace

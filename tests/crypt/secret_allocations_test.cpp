@@ -37,7 +37,7 @@ void* Allocate(std::size_t size) {
         throw std::bad_alloc();
     --heap.untilFailure;
     ++heap.allocations;
-    if (void* const memory = std::malloc(size))
+    if (void* const memory = std::malloc(size)) // NOLINT: what operator new is made of
         return memory;
     throw std::bad_alloc();
 }
@@ -45,7 +45,7 @@ void* Allocate(std::size_t size) {
 void Free(void* memory) noexcept {
     if (heap.marker != nullptr && memory != nullptr)
         heap.leaked += heap.marker->CountIn(memory, _msize(memory));
-    std::free(memory);
+    std::free(memory); // NOLINT: what operator delete is made of
 }
 
 } // namespace
@@ -155,7 +155,7 @@ TEST(SecretAllocations, ACopyThatCannotBeMadeLeavesNoTraceAndThrows) {
     const WatchFreed freed(marker);
     const int failures = FailuresUntilSuccess([&](int allowed) {
         const Exhausted exhausted(allowed);
-        const Credential copy = credential;
+        const Credential copy = credential; // NOLINT: the copy is what is tested
     });
     EXPECT_EQ(failures, 2) << "the credential and its secret";
     EXPECT_EQ(freed.Found(), 0u);

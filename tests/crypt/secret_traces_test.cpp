@@ -49,7 +49,7 @@ TEST(HeapMarker, FindsWhatIsInUseAndWhatWasFreed) {
     {
         const Bytes bytes = marker.Repeated(once);
         EXPECT_EQ(marker.CountInHeap(), once);
-        const Bytes copy = bytes;
+        const Bytes copy = bytes; // NOLINT: to be found
         EXPECT_EQ(marker.CountInHeap(), 2 * once);
     }
     EXPECT_GT(marker.CountInHeap(), 0u);

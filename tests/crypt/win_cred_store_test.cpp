@@ -221,6 +221,7 @@ TEST_F(WinCredStore, MayBeUsedOnManyThreads) {
     for (int i = 0; i != 4; ++i)
         keys.push_back(targets.Name(std::to_wstring(i)));
     std::vector<std::thread> threads;
+    threads.reserve(keys.size());
     for (const std::wstring& own : keys)
         threads.emplace_back([this, &own] {
             for (unsigned char round = 0; round != 50; ++round) {
