@@ -75,7 +75,8 @@ private:
 /// A new, empty store in the memory of this process; each is independent of all others. It keeps
 /// the first credential of a key: saving under a key that is taken is a success and changes
 /// nothing. A `Credential` of a host's own making is cloned under the store's lock, so its `Clone`
-/// must not call this store.
+/// must not call this store. A store whose destructor runs while the process ends, as that of a
+/// DLL's object with static storage does, leaves its credentials to the system.
 KQ_API Store MkMemoryCredentialStore();
 
 /// The store of the system's credential manager, which keeps credentials for the current user on

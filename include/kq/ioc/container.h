@@ -46,6 +46,8 @@ public:
 
     /// Destroys all values: first those of the entries and the fixed lists, whose destructors find
     /// the container without these two but otherwise usable. Nobody else may use it any more.
+    /// While the process ends, which is when the objects with static storage of a DLL end, the
+    /// values are left to the system.
     virtual ~IContainer();
 
     /// Calls `listener` with every incident that is reported from now on, on the thread that
