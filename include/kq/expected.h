@@ -17,6 +17,21 @@ struct unexpected {
 template <class E>
 unexpected(E) -> unexpected<E>;
 
+/// What asking an `expected` for the value that it does not have throws: a `std::logic_error` with
+/// the text "Value not available!" that carries the reason.
+template <class E>
+class bad_expected_access : public std::logic_error {
+public:
+    explicit bad_expected_access(E reason)
+        : std::logic_error("Value not available!"), error_(std::move(reason)) {}
+
+    /// The reason why there was no value. An `E` that is an `std::exception_ptr` can be rethrown.
+    const E& error() const noexcept { return error_; }
+
+private:
+    E error_;
+};
+
 /// Holds either a `T` or an `E` that says why there is no `T`. A value type; not synchronised.
 template <class T, class E>
 class expected {
@@ -30,20 +45,23 @@ public:
     /// As `has_value()`.
     explicit operator bool() const noexcept { return has_value(); }
 
-    /// The value. Throws `std::logic_error("Value not available!")` when there is none.
+    /// The value. Throws `bad_expected_access<E>` with a copy of the reason when there is none.
     const T& value() const& {
-        RequireValue();
-        return *std::get_if<0>(&content_);
+        if (!has_value())
+            throw bad_expected_access<E>(error());
+        return **this;
     }
     /// As above.
     T& value() & {
-        RequireValue();
-        return *std::get_if<0>(&content_);
+        if (!has_value())
+            throw bad_expected_access<E>(error());
+        return **this;
     }
-    /// As above; moves the value out.
+    /// As above; moves the value, or the reason, out.
     T&& value() && {
-        RequireValue();
-        return std::move(*std::get_if<0>(&content_));
+        if (!has_value())
+            throw bad_expected_access<E>(std::move(*std::get_if<1>(&content_)));
+        return std::move(**this);
     }
     /// The value; there must be one.
     const T& operator*() const& noexcept { return *std::get_if<0>(&content_); }
@@ -53,11 +71,6 @@ public:
     const E& error() const noexcept { return *std::get_if<1>(&content_); }
 
 private:
-    void RequireValue() const {
-        if (!has_value())
-            throw std::logic_error("Value not available!");
-    }
-
     std::variant<T, E> content_;
 };
 
@@ -73,10 +86,15 @@ public:
     bool has_value() const noexcept { return !error_.has_value(); }
     /// As `has_value()`.
     explicit operator bool() const noexcept { return has_value(); }
-    /// Throws `std::logic_error("Value not available!")` unless this is a success.
-    void value() const {
+    /// Throws `bad_expected_access<E>` with a copy of the reason unless this is a success.
+    void value() const& {
         if (!has_value())
-            throw std::logic_error("Value not available!");
+            throw bad_expected_access<E>(error());
+    }
+    /// As above; moves the reason out.
+    void value() && {
+        if (!has_value())
+            throw bad_expected_access<E>(std::move(*error_));
     }
     /// The reason; this must not be a success.
     const E& error() const noexcept { return *error_; }

@@ -14,10 +14,16 @@
 #include <kq/converter/md5.h>
 #include <kq/converter/string_cast.h>
 #include <kq/converter/utf8.h>
+#include <kq/crypt/credential.h>
+#include <kq/crypt/credential_store.h>
 #include <kq/expected.h>
 #include <kq/export.h>
+#include <kq/ioc/container.h>
 #include <kq/library.h>
 #include <kq/shared_ref.h>
+#include <kq/signal/behavior_signaler.h>
+#include <kq/signal/signaler.h>
+#include <kq/signal/sink_list.h>
 #include <kq/singleton.h>
 #include <kq/thread/memory_reserver.h>
 #include <kq/thread/precise_sleeper.h>
@@ -25,6 +31,7 @@
 #include <kq/thread/spin_mutex.h>
 #include <kq/thread/thread_names.h>
 #include <kq/type/guid.h>
+#include <kq/type/type_keyed_map.h>
 #include <kq/version.h>
 #include <kq/win32/environment.h>
 #include <kq/win32/message.h>

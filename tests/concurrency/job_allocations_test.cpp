@@ -1,40 +1,16 @@
 // What a job takes from the heap, counted: the hot path must not grow unnoticed.
 #include <kq/concurrency/job_queue.h>
 
-#include <windows.h>
+#include "support/allocations.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <future>
 #include <memory>
-#include <new>
 #include <utility>
 #include <vector>
-
-namespace {
-
-std::atomic<std::size_t> allocations{0};
-
-void* Allocate(std::size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* const memory = HeapAlloc(GetProcessHeap(), 0, size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-void Free(void* memory) noexcept { HeapFree(GetProcessHeap(), 0, memory); }
-
-} // namespace
-
-void* operator new(std::size_t size) { return Allocate(size); }
-void* operator new[](std::size_t size) { return Allocate(size); }
-void operator delete(void* memory) noexcept { Free(memory); }
-void operator delete[](void* memory) noexcept { Free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { Free(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { Free(memory); }
 
 namespace {
 
@@ -57,12 +33,12 @@ protected:
             released.wait();
         });
         begun.get_future().wait();
-        const std::size_t before = allocations;
+        const std::size_t before = kq_test::Allocations();
         queueAll();
         go.set_value();
         for (const CJobTicket& ticket : tickets_)
             ticket.Wait();
-        const std::size_t result = allocations - before;
+        const std::size_t result = kq_test::Allocations() - before;
         gate.Wait();
         tickets_.clear();
         return result;

@@ -4,11 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <exception>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
+using kq::bad_expected_access;
 using kq::expected;
 using kq::unexpected;
 
@@ -18,6 +20,17 @@ expected<int, std::string> Half(int number) {
     if (number % 2 != 0)
         return unexpected{std::string("odd")};
     return number / 2;
+}
+
+/// The reason in the exception that `action` throws for the value that is not there.
+template <class Reason, class Action>
+Reason CarriedReason(Action action) {
+    try {
+        action();
+    } catch (const bad_expected_access<Reason>& thrown) {
+        return thrown.error();
+    }
+    return {};
 }
 
 TEST(Expected, HoldsAValue) {
@@ -36,12 +49,34 @@ TEST(Expected, HoldsTheReasonWhyThereIsNoValue) {
 }
 
 TEST(Expected, AskingForAMissingValueThrows) {
+    using Thrown = bad_expected_access<std::string>;
     expected<int, std::string> half = Half(7);
-    EXPECT_EQ(ThrownText<std::logic_error>([&] { half.value(); }), "Value not available!");
-    EXPECT_EQ(ThrownText<std::logic_error>([&] { std::as_const(half).value(); }),
-              "Value not available!");
-    EXPECT_EQ(ThrownText<std::logic_error>([&] { std::move(half).value(); }),
-              "Value not available!");
+    EXPECT_EQ(ThrownText<Thrown>([&] { half.value(); }), "Value not available!");
+    EXPECT_EQ(ThrownText<Thrown>([&] { std::as_const(half).value(); }), "Value not available!");
+    EXPECT_EQ(ThrownText<Thrown>([&] { std::move(half).value(); }), "Value not available!");
+}
+
+TEST(Expected, WhatAMissingValueThrowsIsALogicError) {
+    EXPECT_THROW(Half(7).value(), std::logic_error);
+}
+
+TEST(Expected, WhatAMissingValueThrowsCarriesTheReason) {
+    expected<int, std::string> half = Half(7);
+    EXPECT_EQ(CarriedReason<std::string>([&] { half.value(); }), "odd");
+    EXPECT_EQ(CarriedReason<std::string>([&] { std::as_const(half).value(); }), "odd");
+    EXPECT_EQ(half.error(), "odd") << "the reason was copied";
+    EXPECT_EQ(CarriedReason<std::string>([&] { std::move(half).value(); }), "odd");
+}
+
+TEST(Expected, AReasonThatCannotBeCopiedIsMovedOut) {
+    using Reason = std::unique_ptr<int>;
+    expected<int, Reason> result(unexpected<Reason>{std::make_unique<int>(5)});
+    try {
+        std::move(result).value();
+        FAIL() << "nothing was thrown";
+    } catch (const bad_expected_access<Reason>& thrown) {
+        EXPECT_EQ(*thrown.error(), 5);
+    }
 }
 
 TEST(Expected, TheValueCanBeChanged) {
@@ -78,7 +113,23 @@ TEST(ExpectedVoid, IsASuccessOrAReason) {
     const expected<void, std::string> failure = unexpected<std::string>{"why"};
     EXPECT_FALSE(static_cast<bool>(failure));
     EXPECT_EQ(failure.error(), "why");
-    EXPECT_EQ(ThrownText<std::logic_error>([&] { failure.value(); }), "Value not available!");
+}
+
+TEST(ExpectedVoid, AskingAFailureForItsValueThrowsTheReason) {
+    expected<void, std::string> failure = unexpected<std::string>{"why"};
+    EXPECT_EQ(ThrownText<bad_expected_access<std::string>>([&] { failure.value(); }),
+              "Value not available!");
+    EXPECT_EQ(CarriedReason<std::string>([&] { failure.value(); }), "why");
+    EXPECT_EQ(failure.error(), "why") << "the reason was copied";
+    EXPECT_EQ(CarriedReason<std::string>([&] { std::move(failure).value(); }), "why");
+}
+
+TEST(ExpectedVoid, AnExceptionThatIsTheReasonCanBeRethrown) {
+    const expected<void, std::exception_ptr> failure =
+        unexpected{std::make_exception_ptr(std::out_of_range("the cause"))};
+    const auto cause = CarriedReason<std::exception_ptr>([&] { failure.value(); });
+    ASSERT_NE(cause, nullptr);
+    EXPECT_EQ(ThrownText<std::out_of_range>([&] { std::rethrow_exception(cause); }), "the cause");
 }
 
 } // namespace
