@@ -14,6 +14,8 @@
 #include <kq/converter/md5.h>
 #include <kq/converter/string_cast.h>
 #include <kq/converter/utf8.h>
+#include <kq/debug/call_stack.h>
+#include <kq/debug/symbol_handler.h>
 #include <kq/expected.h>
 #include <kq/export.h>
 #include <kq/library.h>
