@@ -16,6 +16,7 @@
 #include "concurrency/thread_pool_impl.h"
 #include "concurrency/ui_job_queue_impl.h"
 #include "debug/process_symbols.h"
+#include "debug/process_track_list.h"
 #include "thread/platform.h"
 #include "win32/main_thread.h"
 
@@ -133,6 +134,7 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             kq::win32::RecordMainThread();
             kq::concurrency::ConstructTermConstants();
             try {
+                kq::debug::ConstructTrackList();
                 kq::Startup();
             } catch (...) {
                 return FALSE;
@@ -146,6 +148,7 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             kq::concurrency::AbandonPoolThreads();
             if (isStarted.exchange(false))
                 ReleaseServices();
+            kq::debug::DestroyTrackList();
             kq::debug::AbandonSymbols();
             // The host may have installed one at any time.
             kq::memoryReserver.Reset();
