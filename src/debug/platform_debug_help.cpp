@@ -19,9 +19,11 @@ const ModuleRanges* walkedModules = nullptr;
 // as much.
 BOOL CALLBACK ReadMemory(HANDLE process, DWORD64 address, void* buffer, DWORD size,
                          DWORD* sizeRead) {
-    const auto* const thread = reinterpret_cast<const NT_TIB*>(NtCurrentTeb());
-    const auto lowest = reinterpret_cast<std::uint64_t>(thread->StackLimit);
-    const auto end = reinterpret_cast<std::uint64_t>(thread->StackBase);
+    ULONG_PTR reserved = 0;
+    ULONG_PTR end = 0;
+    GetCurrentThreadStackLimits(&reserved, &end);
+    // All from here up has been in use, and so is there.
+    const auto lowest = reinterpret_cast<std::uint64_t>(&reserved);
     const bool isStack = address >= lowest && address < end && size <= end - address;
     if (isStack || BaseOf(*walkedModules, address, size) != 0) {
         std::memcpy(buffer, reinterpret_cast<const void*>(address), size);
