@@ -2,6 +2,7 @@
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/thread_pool.h>
 #include <kq/concurrency/timed_job_scheduler.h>
+#include <kq/debug/symbol_handler.h>
 #include <kq/library.h>
 #include <kq/thread/memory_reserver.h>
 #include <kq/thread/thread_names.h>
@@ -14,6 +15,8 @@
 #include "concurrency/term_constants.h"
 #include "concurrency/thread_pool_impl.h"
 #include "concurrency/ui_job_queue_impl.h"
+#include "debug/process_symbols.h"
+#include "debug/process_track_list.h"
 #include "thread/platform.h"
 #include "win32/main_thread.h"
 
@@ -31,6 +34,7 @@ std::atomic<bool> isStarted{false};
 
 void InstallServices() {
     using namespace kq::concurrency;
+    kq::debug::symbolHandler = kq::debug::SymbolHandler::Create();
     kq::thread::threadNameManager = kq::thread::ThreadNameMap::Create();
     threadPool = std::make_shared<CThreadPool>();
     uiJobQueue = std::make_shared<CUIJobQueueImpl>();
@@ -46,6 +50,7 @@ void ReleaseServices() {
     uiJobQueue.Reset();
     threadPool.Reset();
     kq::thread::threadNameManager.Reset();
+    kq::debug::symbolHandler.Reset();
 }
 
 // A later thread may get the same identifier, but not the name. Threads also end when the services
@@ -129,6 +134,7 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             kq::win32::RecordMainThread();
             kq::concurrency::ConstructTermConstants();
             try {
+                kq::debug::ConstructTrackList();
                 kq::Startup();
             } catch (...) {
                 return FALSE;
@@ -142,6 +148,8 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             kq::concurrency::AbandonPoolThreads();
             if (isStarted.exchange(false))
                 ReleaseServices();
+            kq::debug::DestroyTrackList();
+            kq::debug::AbandonSymbols();
             // The host may have installed one at any time.
             kq::memoryReserver.Reset();
             kq::concurrency::TrimRecyclers();

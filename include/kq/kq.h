@@ -16,6 +16,11 @@
 #include <kq/converter/utf8.h>
 #include <kq/crypt/credential.h>
 #include <kq/crypt/credential_store.h>
+#include <kq/debug/call_stack.h>
+#include <kq/debug/location.h>
+#include <kq/debug/memory_leak_detection.h>
+#include <kq/debug/symbol_handler.h>
+#include <kq/debug/track_list.h>
 #include <kq/expected.h>
 #include <kq/export.h>
 #include <kq/ioc/container.h>
