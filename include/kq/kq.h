@@ -17,6 +17,8 @@
 #include <kq/expected.h>
 #include <kq/export.h>
 #include <kq/library.h>
+#include <kq/progress/progress.h>
+#include <kq/progress/progress_signaler.h>
 #include <kq/shared_ref.h>
 #include <kq/signal/behavior_signaler.h>
 #include <kq/signal/signaler.h>
