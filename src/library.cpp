@@ -2,6 +2,8 @@
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/thread_pool.h>
 #include <kq/concurrency/timed_job_scheduler.h>
+#include <kq/error/error_reporter.h>
+#include <kq/error/exception_normalizer.h>
 #include <kq/library.h>
 #include <kq/thread/memory_reserver.h>
 #include <kq/thread/thread_names.h>
@@ -14,6 +16,7 @@
 #include "concurrency/term_constants.h"
 #include "concurrency/thread_pool_impl.h"
 #include "concurrency/ui_job_queue_impl.h"
+#include "error/dump_setting.h"
 #include "thread/platform.h"
 #include "win32/main_thread.h"
 
@@ -31,6 +34,8 @@ std::atomic<bool> isStarted{false};
 
 void InstallServices() {
     using namespace kq::concurrency;
+    kq::error::errorReporter = kq::error::ErrorReporter::Create();
+    kq::error::exceptionNormalizer = kq::error::ExceptionNormalizer::Create();
     kq::thread::threadNameManager = kq::thread::ThreadNameMap::Create();
     threadPool = std::make_shared<CThreadPool>();
     uiJobQueue = std::make_shared<CUIJobQueueImpl>();
@@ -38,7 +43,7 @@ void InstallServices() {
     StartupJobScheduler();
 }
 
-// In the reverse order. What a singleton gives up is destroyed here, or by the last user.
+// What a singleton gives up is destroyed here, or by the last user.
 void ReleaseServices() {
     using namespace kq::concurrency;
     ShutdownJobScheduler();
@@ -46,6 +51,8 @@ void ReleaseServices() {
     uiJobQueue.Reset();
     threadPool.Reset();
     kq::thread::threadNameManager.Reset();
+    kq::error::errorReporter.Reset();
+    kq::error::exceptionNormalizer.Reset();
 }
 
 // A later thread may get the same identifier, but not the name. Threads also end when the services
@@ -144,6 +151,7 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
                 ReleaseServices();
             // The host may have installed one at any time.
             kq::memoryReserver.Reset();
+            kq::error::ReleaseDumpSetting();
             kq::concurrency::TrimRecyclers();
             return TRUE;
         case DLL_THREAD_DETACH:

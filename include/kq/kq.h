@@ -14,6 +14,9 @@
 #include <kq/converter/md5.h>
 #include <kq/converter/string_cast.h>
 #include <kq/converter/utf8.h>
+#include <kq/error/crash_dump.h>
+#include <kq/error/error_reporter.h>
+#include <kq/error/exception_normalizer.h>
 #include <kq/expected.h>
 #include <kq/export.h>
 #include <kq/library.h>
