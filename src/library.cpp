@@ -2,6 +2,7 @@
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/thread_pool.h>
 #include <kq/concurrency/timed_job_scheduler.h>
+#include <kq/debug/symbol_handler.h>
 #include <kq/error/error_reporter.h>
 #include <kq/error/exception_normalizer.h>
 #include <kq/library.h>
@@ -16,6 +17,8 @@
 #include "concurrency/term_constants.h"
 #include "concurrency/thread_pool_impl.h"
 #include "concurrency/ui_job_queue_impl.h"
+#include "debug/process_symbols.h"
+#include "debug/process_track_list.h"
 #include "error/dump_setting.h"
 #include "thread/platform.h"
 #include "win32/main_thread.h"
@@ -34,6 +37,7 @@ std::atomic<bool> isStarted{false};
 
 void InstallServices() {
     using namespace kq::concurrency;
+    kq::debug::symbolHandler = kq::debug::SymbolHandler::Create();
     kq::error::errorReporter = kq::error::ErrorReporter::Create();
     kq::error::exceptionNormalizer = kq::error::ExceptionNormalizer::Create();
     kq::thread::threadNameManager = kq::thread::ThreadNameMap::Create();
@@ -53,6 +57,7 @@ void ReleaseServices() {
     kq::thread::threadNameManager.Reset();
     kq::error::errorReporter.Reset();
     kq::error::exceptionNormalizer.Reset();
+    kq::debug::symbolHandler.Reset();
 }
 
 // A later thread may get the same identifier, but not the name. Threads also end when the services
@@ -136,6 +141,7 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             kq::win32::RecordMainThread();
             kq::concurrency::ConstructTermConstants();
             try {
+                kq::debug::ConstructTrackList();
                 kq::Startup();
             } catch (...) {
                 return FALSE;
@@ -149,6 +155,8 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             kq::concurrency::AbandonPoolThreads();
             if (isStarted.exchange(false))
                 ReleaseServices();
+            kq::debug::DestroyTrackList();
+            kq::debug::AbandonSymbols();
             // The host may have installed one at any time.
             kq::memoryReserver.Reset();
             kq::error::ReleaseDumpSetting();

@@ -14,6 +14,11 @@
 #include <kq/converter/md5.h>
 #include <kq/converter/string_cast.h>
 #include <kq/converter/utf8.h>
+#include <kq/debug/call_stack.h>
+#include <kq/debug/location.h>
+#include <kq/debug/memory_leak_detection.h>
+#include <kq/debug/symbol_handler.h>
+#include <kq/debug/track_list.h>
 #include <kq/error/crash_dump.h>
 #include <kq/error/error_reporter.h>
 #include <kq/error/exception_normalizer.h>
