@@ -3,6 +3,8 @@
 #include <kq/concurrency/thread_pool.h>
 #include <kq/concurrency/timed_job_scheduler.h>
 #include <kq/debug/symbol_handler.h>
+#include <kq/error/error_reporter.h>
+#include <kq/error/exception_normalizer.h>
 #include <kq/library.h>
 #include <kq/thread/memory_reserver.h>
 #include <kq/thread/thread_names.h>
@@ -17,6 +19,7 @@
 #include "concurrency/ui_job_queue_impl.h"
 #include "debug/process_symbols.h"
 #include "debug/process_track_list.h"
+#include "error/dump_setting.h"
 #include "thread/platform.h"
 #include "win32/main_thread.h"
 
@@ -35,6 +38,8 @@ std::atomic<bool> isStarted{false};
 void InstallServices() {
     using namespace kq::concurrency;
     kq::debug::symbolHandler = kq::debug::SymbolHandler::Create();
+    kq::error::errorReporter = kq::error::ErrorReporter::Create();
+    kq::error::exceptionNormalizer = kq::error::ExceptionNormalizer::Create();
     kq::thread::threadNameManager = kq::thread::ThreadNameMap::Create();
     threadPool = std::make_shared<CThreadPool>();
     uiJobQueue = std::make_shared<CUIJobQueueImpl>();
@@ -42,7 +47,7 @@ void InstallServices() {
     StartupJobScheduler();
 }
 
-// In the reverse order. What a singleton gives up is destroyed here, or by the last user.
+// What a singleton gives up is destroyed here, or by the last user.
 void ReleaseServices() {
     using namespace kq::concurrency;
     ShutdownJobScheduler();
@@ -50,6 +55,8 @@ void ReleaseServices() {
     uiJobQueue.Reset();
     threadPool.Reset();
     kq::thread::threadNameManager.Reset();
+    kq::error::errorReporter.Reset();
+    kq::error::exceptionNormalizer.Reset();
     kq::debug::symbolHandler.Reset();
 }
 
@@ -152,6 +159,7 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             kq::debug::AbandonSymbols();
             // The host may have installed one at any time.
             kq::memoryReserver.Reset();
+            kq::error::ReleaseDumpSetting();
             kq::concurrency::TrimRecyclers();
             return TRUE;
         case DLL_THREAD_DETACH:

@@ -21,6 +21,9 @@
 #include <kq/debug/memory_leak_detection.h>
 #include <kq/debug/symbol_handler.h>
 #include <kq/debug/track_list.h>
+#include <kq/error/crash_dump.h>
+#include <kq/error/error_reporter.h>
+#include <kq/error/exception_normalizer.h>
 #include <kq/expected.h>
 #include <kq/export.h>
 #include <kq/ioc/container.h>

@@ -4,10 +4,14 @@
 #include <kq/shared_ref.h>
 #include <kq/thread/spin_mutex.h>
 
+#include <array>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <typeinfo>
 #include <utility>
 
@@ -45,9 +49,15 @@ public:
     T* operator->() const { return &Get(); }
 
     /// A shared copy, empty when nothing is installed. Keeps the instance alive while it is held.
+    /// Takes no lock and never waits, so a filter that reports a crash may call it whatever the
+    /// other threads were doing when they were stopped.
     Ptr<T> GetShared() const {
-        const std::lock_guard guard(mutex_);
-        return holder_ == nullptr ? Ptr<T>() : *holder_;
+        std::atomic<std::uint32_t>& inside = readers_[entrance_.load()];
+        inside.fetch_add(1);
+        const Ptr<T>* const holder = holder_.load();
+        Ptr<T> shared = holder == nullptr ? Ptr<T>() : *holder;
+        inside.fetch_sub(1, std::memory_order_release);
+        return shared;
     }
 
     /// Installs `instance`. A previous instance loses the singleton's reference only after the new
@@ -65,17 +75,34 @@ private:
     void Exchange(Ptr<T>* holder, T* instance) {
         {
             const std::lock_guard guard(mutex_);
-            std::swap(holder_, holder);
+            holder = holder_.exchange(holder);
             instance_.store(instance, std::memory_order_release);
+            AwaitReaders();
         }
         delete holder;
     }
 
-    // Guards the holder only; instances are destroyed outside it and may reach the singleton again.
-    mutable thread::spin_mutex mutex_;
+    // Returns when everybody who may still see the previous holder has left. Those who come
+    // meanwhile use the other entrance, so that a stream of them cannot keep us here.
+    void AwaitReaders() {
+        for (std::size_t side = 0; side != readers_.size(); ++side) {
+            entrance_.store(readers_.size() - 1 - side);
+            while (readers_[side].load() != 0)
+                std::this_thread::yield();
+        }
+    }
+
+    // Guards changes only, one at a time; instances are destroyed outside it and may reach the
+    // singleton again.
+    thread::spin_mutex mutex_;
     std::atomic<T*> instance_{nullptr};
     // On the heap, because a shared pointer as a member would be destroyed at process exit.
-    Ptr<T>* holder_ = nullptr;
+    std::atomic<Ptr<T>*> holder_{nullptr};
+    // How many are copying the holder, by the entrance that they took. A reader counts itself
+    // before it looks at the holder, and a change replaces the holder before it looks at the
+    // counts: one of the two sees the other.
+    mutable std::array<std::atomic<std::uint32_t>, 2> readers_{};
+    std::atomic<std::size_t> entrance_{0};
 };
 
 } // namespace kq

@@ -4,6 +4,8 @@
 #include "support/seed.h"
 #include "support/thrown.h"
 
+#include <windows.h>
+
 #include <gtest/gtest.h>
 
 #include <boost/shared_ptr.hpp>
@@ -127,6 +129,8 @@ TEST_F(StandardSingleton, InstallingTheInstanceItHoldsKeepsIt) {
     service = Ref(service.GetShared());
     EXPECT_FALSE(isDestroyed);
     EXPECT_EQ(service->number, 1);
+    service.Reset();
+    EXPECT_TRUE(isDestroyed);
 }
 
 TEST(BoostSingleton, HoldsAndReleasesAsTheStandardOneDoes) {
@@ -142,7 +146,7 @@ TEST(BoostSingleton, HoldsAndReleasesAsTheStandardOneDoes) {
 }
 
 TEST_F(StandardSingleton, SharedCopiesMayMeetInstallsAndReleasesOnOtherThreads) {
-    constexpr int rounds = 20'000;
+    constexpr int rounds = 5'000;
     const std::uint32_t seed = kq_test::Seed();
     std::atomic<int> alive{0};
     std::atomic<int> wrong{0};
@@ -169,6 +173,34 @@ TEST_F(StandardSingleton, SharedCopiesMayMeetInstallsAndReleasesOnOtherThreads) 
     service.Reset();
     EXPECT_EQ(alive, 0);
     EXPECT_EQ(wrong, 0);
+}
+
+// As when a crash is reported: nobody knows what the other threads stand at.
+TEST_F(StandardSingleton, ASharedCopyIsTakenWhateverAnotherThreadWasStoppedAt) {
+    constexpr int stops = 5'000;
+    const auto instance = std::make_shared<Service>(7);
+    std::atomic<bool> isOver{false};
+    std::atomic<HANDLE> handle{nullptr};
+    std::thread writer([&] {
+        handle = OpenThread(THREAD_SUSPEND_RESUME, FALSE, GetCurrentThreadId());
+        while (!isOver) {
+            service = Ref(instance);
+            service.Reset();
+        }
+    });
+    kq_test::ReturnsInTime("a shared copy while a change is stopped", [&] {
+        while (handle == nullptr)
+            std::this_thread::yield();
+        for (int stop = 0; stop != stops; ++stop) {
+            SuspendThread(handle);
+            const std::shared_ptr<Service> shared = service.GetShared();
+            ResumeThread(handle);
+            EXPECT_TRUE(shared == nullptr || shared == instance);
+        }
+    });
+    isOver = true;
+    writer.join();
+    CloseHandle(handle);
 }
 
 } // namespace

@@ -59,6 +59,12 @@ public:
         files_.push_back(path);
     }
 
+    /// The path of a file `name` in this folder, which is there already or will be made later.
+    std::wstring NewFile(const std::wstring& name) {
+        files_.push_back(path_ + L'\\' + name);
+        return files_.back();
+    }
+
     /// Makes the folder `path`, which is below this folder.
     void MakeFolder(const std::wstring& path) {
         if (CreateDirectoryW(path.c_str(), nullptr))
