@@ -43,7 +43,8 @@ std::shared_ptr<CJobTermsImpl> RandomTerms(Random& random, const CJobTicket& tic
 }
 
 // Submits, waits, withdraws, names itself and makes pools, for ever.
-[[noreturn]] void UseEverything(unsigned int seed, std::shared_ptr<std::atomic<int>> finished) {
+[[noreturn]] void UseEverything(unsigned int seed,
+                                const std::shared_ptr<std::atomic<int>>& finished) {
     Random random(seed);
     CJobTicket last;
     const auto job = [finished] {

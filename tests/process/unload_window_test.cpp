@@ -61,7 +61,7 @@ public:
 private:
     template <class Type>
     Type* Function(const char* name) const {
-        const auto address = reinterpret_cast<void*>(GetProcAddress(module_, name));
+        auto* const address = reinterpret_cast<void*>(GetProcAddress(module_, name));
         CHECK(address != nullptr);
         return reinterpret_cast<Type*>(address);
     }

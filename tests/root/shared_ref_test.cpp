@@ -87,6 +87,7 @@ TYPED_TEST(SharedRef, SharesTheOwnershipOfAPointer) {
     {
         const Ref ref(pointer);
         EXPECT_EQ(pointer.use_count(), 2);
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy is what counts
         const typename TypeParam::template Ptr<Derived> plain = ref;
         EXPECT_EQ(plain, pointer);
         EXPECT_EQ(pointer.use_count(), 3);

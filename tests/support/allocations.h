@@ -4,9 +4,10 @@
 // allocates, are not seen.
 #pragma once
 
+#include <windows.h>
+
 #include <atomic>
 #include <cstddef>
-#include <cstdlib>
 #include <new>
 
 namespace kq_test {
@@ -18,16 +19,18 @@ inline std::size_t Allocations() { return allocationCount.load(std::memory_order
 
 inline void* CountedAllocation(std::size_t size) {
     allocationCount.fetch_add(1, std::memory_order_relaxed);
-    if (void* const memory = std::malloc(size))
+    if (void* const memory = HeapAlloc(GetProcessHeap(), 0, size))
         return memory;
     throw std::bad_alloc();
 }
+
+inline void Free(void* memory) noexcept { HeapFree(GetProcessHeap(), 0, memory); }
 
 } // namespace kq_test
 
 void* operator new(std::size_t size) { return kq_test::CountedAllocation(size); }
 void* operator new[](std::size_t size) { return kq_test::CountedAllocation(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept { kq_test::Free(memory); }
+void operator delete[](void* memory) noexcept { kq_test::Free(memory); }
+void operator delete(void* memory, std::size_t /*size*/) noexcept { kq_test::Free(memory); }
+void operator delete[](void* memory, std::size_t /*size*/) noexcept { kq_test::Free(memory); }
