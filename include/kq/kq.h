@@ -20,8 +20,11 @@
 #include <kq/export.h>
 #include <kq/ioc/container.h>
 #include <kq/library.h>
+#include <kq/progress/progress.h>
+#include <kq/progress/progress_signaler.h>
 #include <kq/shared_ref.h>
 #include <kq/signal/behavior_signaler.h>
+#include <kq/signal/short_lock.h>
 #include <kq/signal/signaler.h>
 #include <kq/signal/sink_list.h>
 #include <kq/singleton.h>

@@ -1,6 +1,7 @@
 // Counts what a test program takes from the heap. To be included by one source of the program: it
-// replaces the global operators. What kq.dll takes is counted only in programs that hold the
-// library's objects themselves.
+// replaces the global operators. What DLLs take is not counted: so the program has to hold the
+// library's objects itself, and the characters of strings, which the run-time library's DLL
+// allocates, are not seen.
 #pragma once
 
 #include <atomic>

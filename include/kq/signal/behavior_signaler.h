@@ -1,8 +1,8 @@
 // Values for whoever listens, beginning with the current one.
 #pragma once
 
+#include <kq/signal/short_lock.h>
 #include <kq/signal/signaler.h>
-#include <kq/thread/spin_mutex.h>
 
 #include <cstdint>
 #include <exception>
@@ -62,7 +62,7 @@ public:
     /// lock is released.
     Audience Store(T value) {
         using std::swap;
-        const std::lock_guard<thread::spin_mutex> guard(mutex_);
+        const std::lock_guard<detail::ShortLock> guard(mutex_);
         swap(last_, value);
         ++stores_;
         return Audience(signaler_.sinks_->Newest());
@@ -86,7 +86,7 @@ private:
         // Against a sink that emits whenever it is called, and one that is slower than those who
         // emit: after so many replays the next one runs when the sink is linked already.
         constexpr int patience = 100;
-        std::unique_lock<thread::spin_mutex> lock(mutex_);
+        std::unique_lock<detail::ShortLock> lock(mutex_);
         for (int replays = 0; sink.callables.onValue; ++replays) {
             const std::uint64_t stores = stores_;
             const bool isLinked = replays == patience;
@@ -107,7 +107,7 @@ private:
     }
 
     CSignaler<T> signaler_;
-    thread::spin_mutex mutex_; // guards the following, and comes before the list's lock
+    detail::ShortLock mutex_; // guards the following, and comes before the list's lock
     T last_;
     std::uint64_t stores_ = 0;
 };

@@ -1,7 +1,7 @@
 // What the signalers are made of: a list of sinks that may change while it is walked.
 #pragma once
 
-#include <kq/thread/spin_mutex.h>
+#include <kq/signal/short_lock.h>
 
 #include <atomic>
 #include <cstdint>
@@ -71,7 +71,7 @@ public:
 
     static End Link(const std::shared_ptr<SinkList>& list, Sink<T>& sink) {
         sink.list = list;
-        const std::lock_guard<thread::spin_mutex> guard(list->mutex_);
+        const std::lock_guard<ShortLock> guard(list->mutex_);
         sink.number = list->newest_.load(std::memory_order_relaxed) + 1;
         list->newest_.store(sink.number, std::memory_order_relaxed);
         sink.previous = list->last_;
@@ -95,14 +95,14 @@ public:
     }
 
     Mark SetFailure(std::exception_ptr failure) noexcept {
-        const std::lock_guard<thread::spin_mutex> guard(mutex_);
+        const std::lock_guard<ShortLock> guard(mutex_);
         failure_.swap(
             failure); // the parameter goes with the caller's expression, not under the lock
         return Newest();
     }
 
     Mark SetCompleted() noexcept {
-        const std::lock_guard<thread::spin_mutex> guard(mutex_);
+        const std::lock_guard<ShortLock> guard(mutex_);
         completed_ = true;
         return Newest();
     }
@@ -133,7 +133,7 @@ private:
         Sink<T>* Current() const noexcept { return current_; }
 
         void Begin(SinkList& list, Mark mark) noexcept {
-            const std::lock_guard<thread::spin_mutex> guard(list.mutex_);
+            const std::lock_guard<ShortLock> guard(list.mutex_);
             current_ = Hold(list.first_, mark);
         }
 
@@ -143,7 +143,7 @@ private:
             Sink<T>* const left = current_;
             bool isLast = false;
             {
-                const std::lock_guard<thread::spin_mutex> guard(left->list->mutex_);
+                const std::lock_guard<ShortLock> guard(left->list->mutex_);
                 current_ = Hold(left->next, mark);
                 isLast = left->list->LetGo(*left);
             }
@@ -167,7 +167,7 @@ private:
     static void Disconnect(Sink<T>* sink) noexcept {
         bool isLast = true;
         if (sink->list != nullptr) {
-            const std::lock_guard<thread::spin_mutex> guard(sink->list->mutex_);
+            const std::lock_guard<ShortLock> guard(sink->list->mutex_);
             sink->connected = false;
             isLast = sink->list->LetGo(*sink);
         }
@@ -185,7 +185,7 @@ private:
         return true;
     }
 
-    thread::spin_mutex mutex_; // guards the links and holders of all sinks, and the following
+    ShortLock mutex_; // guards the links and holders of all sinks, and the following
     Sink<T>* first_ = nullptr;
     Sink<T>* last_ = nullptr;
     std::exception_ptr failure_;
