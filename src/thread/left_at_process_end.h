@@ -11,6 +11,8 @@ namespace kq::thread {
 template <class T>
 class LeftAtProcessEnd {
 public:
+    // NOLINTBEGIN(cppcoreguidelines-pro-type-union-access): only members of unions are not destroyed
+    // by themselves
     LeftAtProcessEnd() : value_() {}
     LeftAtProcessEnd(const LeftAtProcessEnd&) = delete;
     LeftAtProcessEnd& operator=(const LeftAtProcessEnd&) = delete;
@@ -23,6 +25,7 @@ public:
     const T& operator*() const noexcept { return value_; }
     T* operator->() noexcept { return &value_; }
     const T* operator->() const noexcept { return &value_; }
+    // NOLINTEND(cppcoreguidelines-pro-type-union-access)
 
 private:
     union {

@@ -146,7 +146,7 @@ TEST(MemoryStore, TheEndOfACredentialMayUseTheStore) {
 /// Saves, loads and removes at random, and counts what it sees.
 class Visitor {
 public:
-    Visitor(Store& store, kq_test::Random random) : store_(store), random_(std::move(random)) {}
+    Visitor(Store& store, const kq_test::Random& random) : store_(store), random_(random) {}
 
     void Run(int rounds) {
         for (int round = 0; round != rounds; ++round) {

@@ -2,6 +2,7 @@
 // exhausted.
 #include <kq/crypt/credential_store.h>
 
+#include "support/allocations.h"
 #include "support/credential_targets.h"
 #include "support/heap_marker.h"
 
@@ -9,8 +10,7 @@
 
 #include <malloc.h>
 #include <cstddef>
-#include <cstdlib>
-#include <new>
+#include <exception>
 #include <optional>
 #include <string>
 #include <utility>
@@ -19,43 +19,10 @@
 using kq::crypt::Credential;
 using kq::crypt::MkCredential;
 using kq::crypt::Store;
+using kq_test::AllocationLimit;
+using kq_test::Allocations;
+using kq_test::FailuresUntilEnoughMemory;
 using kq_test::HeapMarker;
-
-namespace {
-
-/// What the tests, which use one thread, know and decide about the heap.
-struct Heap {
-    int allocations = 0;
-    int untilFailure = -1;              ///< so many allocations succeed; negative for all
-    const HeapMarker* marker = nullptr; ///< looked for in what is freed
-    std::size_t leaked = 0;             ///< markers found there
-};
-Heap heap;
-
-void* Allocate(std::size_t size) {
-    if (heap.untilFailure == 0)
-        throw std::bad_alloc();
-    --heap.untilFailure;
-    ++heap.allocations;
-    if (void* const memory = std::malloc(size)) // NOLINT: what operator new is made of
-        return memory;
-    throw std::bad_alloc();
-}
-
-void Free(void* memory) noexcept {
-    if (heap.marker != nullptr && memory != nullptr)
-        heap.leaked += heap.marker->CountIn(memory, _msize(memory));
-    std::free(memory); // NOLINT: what operator delete is made of
-}
-
-} // namespace
-
-void* operator new(std::size_t size) { return Allocate(size); }
-void* operator new[](std::size_t size) { return Allocate(size); }
-void operator delete(void* memory) noexcept { Free(memory); }
-void operator delete[](void* memory) noexcept { Free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { Free(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { Free(memory); }
 
 namespace {
 
@@ -63,54 +30,46 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t markerCount = 32;
 
-/// Looks for the marker in everything that is freed while it lives.
+/// Looks for the marker in everything that is freed while it lives. One at a time.
 class WatchFreed {
 public:
     explicit WatchFreed(const HeapMarker& marker) {
-        heap.marker = &marker;
-        heap.leaked = 0;
+        watched() = {&marker, 0};
+        kq_test::whenFreed = [](const void* memory) {
+            watched().found += watched().marker->CountIn(memory, _msize(const_cast<void*>(memory)));
+        };
     }
-    ~WatchFreed() { heap.marker = nullptr; }
+    ~WatchFreed() { kq_test::whenFreed = nullptr; }
     WatchFreed(const WatchFreed&) = delete;
     WatchFreed& operator=(const WatchFreed&) = delete;
 
-    std::size_t Found() const { return heap.leaked; }
-};
+    std::size_t Found() const { return watched().found; }
 
-/// Lets every allocation fail while it lives, after so many that succeed.
-class Exhausted {
-public:
-    explicit Exhausted(int after) { heap.untilFailure = after; }
-    ~Exhausted() { heap.untilFailure = -1; }
-    Exhausted(const Exhausted&) = delete;
-    Exhausted& operator=(const Exhausted&) = delete;
-};
+private:
+    struct Watched {
+        const HeapMarker* marker;
+        std::size_t found;
+    };
 
-/// Calls `action` with ever more allocations that succeed until it succeeds as a whole; returns how
-/// often it failed.
-template <class Action>
-int FailuresUntilSuccess(Action action) {
-    for (int failures = 0;; ++failures)
-        try {
-            action(failures);
-            return failures;
-        } catch (const std::bad_alloc&) {
-        }
-}
+    static Watched& watched() {
+        static Watched instance{};
+        return instance;
+    }
+};
 
 TEST(SecretAllocations, ASecretThatIsMovedInStaysWhereItIs) {
     Bytes secret(1000, 1);
     std::wstring userName(100, L'u');
-    const int before = heap.allocations;
+    const std::size_t before = Allocations();
     const Credential credential = MkCredential(std::move(userName), std::move(secret));
-    EXPECT_EQ(heap.allocations - before, 1) << "the credential itself";
+    EXPECT_EQ(Allocations() - before, 1u) << "the credential itself";
 }
 
 TEST(SecretAllocations, TheBytesOfATextAreOneAllocation) {
     const std::wstring text(1000, L'x');
-    const int before = heap.allocations;
+    const std::size_t before = Allocations();
     const Credential credential = MkCredential(L"u", text);
-    EXPECT_EQ(heap.allocations - before, 2) << "the credential and its bytes";
+    EXPECT_EQ(Allocations() - before, 2u) << "the credential and its bytes";
 }
 
 TEST(SecretAllocations, NothingIsFreedWithASecretInIt) {
@@ -140,9 +99,9 @@ TEST(SecretAllocations, NothingIsFreedWithASecretInIt) {
 TEST(SecretAllocations, ACredentialThatCannotBeMadeLeavesNoTrace) {
     const HeapMarker marker;
     const WatchFreed freed(marker);
-    const int failures = FailuresUntilSuccess([&](int allowed) {
+    const int failures = FailuresUntilEnoughMemory([&](int limit) {
         Bytes secret = marker.Repeated(markerCount);
-        const Exhausted exhausted(allowed);
+        const AllocationLimit exhausted(limit);
         MkCredential(L"u", std::move(secret));
     });
     EXPECT_EQ(failures, 1);
@@ -153,8 +112,8 @@ TEST(SecretAllocations, ACopyThatCannotBeMadeLeavesNoTraceAndThrows) {
     const HeapMarker marker;
     const Credential credential = MkCredential(L"u", marker.Repeated(markerCount));
     const WatchFreed freed(marker);
-    const int failures = FailuresUntilSuccess([&](int allowed) {
-        const Exhausted exhausted(allowed);
+    const int failures = FailuresUntilEnoughMemory([&](int limit) {
+        const AllocationLimit exhausted(limit);
         const Credential copy = credential; // NOLINT: the copy is what is tested
     });
     EXPECT_EQ(failures, 2) << "the credential and its secret";
@@ -169,12 +128,12 @@ TEST(SecretAllocations, AStoreReportsThatMemoryRanOut) {
     for (Store (*make)() :
          {kq::crypt::MkMemoryCredentialStore, kq::crypt::MkDefaultPersistenceCredentialStore}) {
         Store store = make();
-        const int failures = FailuresUntilSuccess([&](int allowed) {
+        const int failures = FailuresUntilEnoughMemory([&](int limit) {
             std::wstring ownKey = key;
             Credential credential = MkCredential(L"u", marker.Repeated(markerCount));
             std::optional<kq::expected<void, std::exception_ptr>> saved;
             {
-                const Exhausted exhausted(allowed);
+                const AllocationLimit exhausted(limit);
                 saved = store.Save(std::move(ownKey), std::move(credential));
             }
             if (!*saved) {
@@ -198,8 +157,8 @@ TEST(SecretAllocations, ALoadThatRunsOutOfMemoryLeavesNoTraceAndThrows) {
          {kq::crypt::MkMemoryCredentialStore, kq::crypt::MkDefaultPersistenceCredentialStore}) {
         Store store = make();
         store.Save(key, MkCredential(L"u", marker.Repeated(markerCount))).value();
-        const int failures = FailuresUntilSuccess([&](int allowed) {
-            const Exhausted exhausted(allowed);
+        const int failures = FailuresUntilEnoughMemory([&](int limit) {
+            const AllocationLimit exhausted(limit);
             store.Load(key);
         });
         EXPECT_EQ(failures, 2) << "the credential and its secret";

@@ -1,51 +1,27 @@
 // A container is as it was when an operation has thrown.
 #include <kq/ioc/container.h>
 
+#include "support/allocations.h"
 #include "support/thrown.h"
 #include "support/tracked_value.h"
 
 #include <gtest/gtest.h>
 
 #include <any>
-#include <cstdlib>
+#include <cstddef>
 #include <functional>
 #include <memory>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 using kq::IoC::CreateContainer;
 using kq::IoC::IContainer;
+using kq_test::AllocationLimit;
+using kq_test::Allocations;
 using kq_test::FailingCopies;
+using kq_test::FailuresUntilEnoughMemory;
 using kq_test::TrackedValue;
-
-namespace {
-
-/// So many allocations of the test's one thread succeed; negative for all.
-int allocationsUntilFailure = -1;
-
-void* Allocate(std::size_t size) {
-    if (allocationsUntilFailure == 0)
-        throw std::bad_alloc();
-    --allocationsUntilFailure;
-    if (void* const memory = std::malloc(size)) // NOLINT: what operator new is made of
-        return memory;
-    throw std::bad_alloc();
-}
-
-void Free(void* memory) noexcept {
-    std::free(memory); // NOLINT: what operator delete is made of
-}
-
-} // namespace
-
-void* operator new(std::size_t size) { return Allocate(size); }
-void* operator new[](std::size_t size) { return Allocate(size); }
-void operator delete(void* memory) noexcept { Free(memory); }
-void operator delete[](void* memory) noexcept { Free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { Free(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { Free(memory); }
 
 namespace {
 
@@ -88,23 +64,17 @@ protected:
             ((*container).*change.append)(value, "old");
     }
 
-    /// Whether `operation` fails with every number of allocations that is too small, and changes
-    /// nothing then. Returns whether it failed at all.
-    bool FailsWithoutMemoryAndChangesNothing(const std::function<void()>& operation) {
+    /// Whether `operation` fails while there is too little memory, and changes nothing then.
+    bool FailsUnchangedWithoutMemory(const std::function<void()>& operation) {
         const std::string before = Contents(*container);
         const int living = TrackedValue::living();
-        for (int allowed = 0;; ++allowed) {
-            allocationsUntilFailure = allowed;
-            try {
-                operation();
-                allocationsUntilFailure = -1;
-                return allowed > 0;
-            } catch (const std::bad_alloc&) {
-                allocationsUntilFailure = -1;
-                EXPECT_EQ(Contents(*container), before);
-                EXPECT_EQ(TrackedValue::living(), living);
-            }
-        }
+        const int failures = FailuresUntilEnoughMemory([&](int limit) {
+            EXPECT_EQ(Contents(*container), before);
+            EXPECT_EQ(TrackedValue::living(), living);
+            const AllocationLimit exhausted(limit);
+            operation();
+        });
+        return failures > 0;
     }
 
     const std::any value = std::any(std::in_place_type<TrackedValue>, 5);
@@ -128,7 +98,6 @@ TEST_F(ContainerFailures, ACopyThatThrowsAppendsNothing) {
 }
 
 TEST_F(ContainerFailures, ACopyThatThrowsLeavesALookUpAndFreesTheLock) {
-    const std::string before = Contents(*container);
     container->AppendFixed(value, "old");
     const int living = TrackedValue::living();
     {
@@ -171,27 +140,43 @@ TEST_F(ContainerFailures, RunningOutOfMemoryChangesNothing) {
     for (int round = 0; round != 20; ++round)
         for (const Change& change : changes)
             for (const char* const key : {"old", "new"})
-                EXPECT_TRUE(FailsWithoutMemoryAndChangesNothing([&] {
+                EXPECT_TRUE(FailsUnchangedWithoutMemory([&] {
                     ((*container).*change.append)(value, key);
                 })) << change.name
                     << " " << key;
     std::string key = "new";
     for (int round = 0; round != 20; ++round, key += "er") {
-        EXPECT_TRUE(FailsWithoutMemoryAndChangesNothing([&] {
+        EXPECT_TRUE(FailsUnchangedWithoutMemory([&] {
             container->SetEntry(value, key); // which copies, too
         }));
         EXPECT_TRUE(container->GetEntry(key).has_value());
     }
-    EXPECT_TRUE(FailsWithoutMemoryAndChangesNothing([&] { container->Clone(); }));
-    EXPECT_TRUE(FailsWithoutMemoryAndChangesNothing([&] { container->GetFixed("old"); }));
-    EXPECT_TRUE(FailsWithoutMemoryAndChangesNothing([&] { container->GetEntry("old"); }));
+    EXPECT_TRUE(FailsUnchangedWithoutMemory([&] { container->Clone(); }));
+    EXPECT_TRUE(FailsUnchangedWithoutMemory([&] { container->GetFixed("old"); }));
+    EXPECT_TRUE(FailsUnchangedWithoutMemory([&] { container->GetEntry("old"); }));
+}
+
+TEST_F(ContainerFailures, RunningOutOfMemoryLeavesNothingEmptyBehind) {
+    EXPECT_GT(FailuresUntilEnoughMemory([&](int limit) {
+                  EXPECT_FALSE(container->RemoveEntry("new"));
+                  const AllocationLimit exhausted(limit);
+                  container->SetEntry(1, "new");
+              }),
+              0);
+    EXPECT_GT(FailuresUntilEnoughMemory([&](int limit) {
+                  EXPECT_FALSE(container->RemoveRemovable("new"));
+                  const AllocationLimit exhausted(limit);
+                  container->AppendRemovable(value, "new");
+              }),
+              0);
 }
 
 TEST_F(ContainerFailures, RemovingNeedsNoMemory) {
-    allocationsUntilFailure = 0;
-    const bool entry = container->RemoveEntry("old");
-    const bool list = container->RemoveRemovable("old");
-    allocationsUntilFailure = -1;
+    const std::string key = "old";
+    const std::size_t before = Allocations();
+    const bool entry = container->RemoveEntry(key);
+    const bool list = container->RemoveRemovable(key);
+    EXPECT_EQ(Allocations(), before);
     EXPECT_TRUE(entry);
     EXPECT_TRUE(list);
 }
