@@ -4,24 +4,17 @@
 #include "concurrency/rows.h"
 #include "sections.h"
 
-namespace {
-
-// The memory first, while the process has none left over that could be used again.
-constexpr bench::Section sections[] = {
-    {"memory", bench::PendingJobMemory},
-    {"empty", bench::EmptyJobs},
-    {"submitters", bench::ManySubmitters},
-    {"relay", bench::Relays},
-    {"wake", bench::WakeUps},
-    {"dependencies", bench::Dependencies},
-    {"idle", bench::IdleWaiters},
-    {"remove", bench::Removal},
-};
-
-} // namespace
-
 /// concurrency_bench [section...]: measures the named sections, or all of them.
 int main(int argc, char** argv) {
-    return bench::RunSections("concurrency_bench", "kq job system", sections,
-                              {argv + 1, argv + argc});
+    // The memory first, while the process has none left over that could be used again.
+    return bench::RunSections("concurrency_bench", "kq job system",
+                              {{"memory", bench::PendingJobMemory},
+                               {"empty", bench::EmptyJobs},
+                               {"submitters", bench::ManySubmitters},
+                               {"relay", bench::Relays},
+                               {"wake", bench::WakeUps},
+                               {"dependencies", bench::Dependencies},
+                               {"idle", bench::IdleWaiters},
+                               {"remove", bench::Removal}},
+                              argc, argv);
 }
