@@ -140,9 +140,11 @@ TEST_P(Faults, AreReportedAndDumpedAndGoOn) {
     ExpectEnd(run, expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Faults, testing::ValuesIn(AllCases()), [](const auto& info) {
-    return info.param.filter + "_" + info.param.place + "_" + info.param.fault;
-});
+std::string NameOf(const testing::TestParamInfo<Case>& tested) {
+    return tested.param.filter + "_" + tested.param.place + "_" + tested.param.fault;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Faults, testing::ValuesIn(AllCases()), NameOf);
 
 class Fault : public testing::Test {
 protected:
