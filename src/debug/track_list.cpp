@@ -2,6 +2,7 @@
 #include <kq/debug/track_list.h>
 
 #include "debug/process_track_list.h"
+#include "debug/reference_table.h"
 #include "debug/stack_pool.h"
 #include "thread/mutex.h"
 
@@ -10,10 +11,7 @@
 #include <mutex>
 #include <new>
 #include <sstream>
-#include <unordered_map>
-#include <unordered_set>
 #include <utility>
-#include <vector>
 
 namespace kq::debug {
 
@@ -27,97 +25,40 @@ StackPool::Stack CurrentStack() {
 
 } // namespace
 
-// A reference stands in the set of exactly the object that its record names, and an object without
-// references in no table.
 class TrackListImpl {
 public:
     void Add(const void* object, const void* reference, StackPool::Stack stack) {
         const std::lock_guard guard(mutex_);
-        Forget(reference);
-        const StackPool::SharedStack kept = stacks_.Acquire(std::move(stack));
-        try {
-            records_.emplace(reference, Record{object, kept});
-        } catch (...) {
-            stacks_.Release(kept);
-            throw;
-        }
-        try {
-            objects_[object].insert(reference);
-        } catch (...) {
-            Forget(reference);
-            throw;
-        }
+        references_.Add(object, reference, std::move(stack));
     }
 
     void Remove(const void* reference) noexcept {
         const std::lock_guard guard(mutex_);
-        Forget(reference);
+        references_.Remove(reference);
     }
 
-    void Dump(const void* object) const {
-        Write([&](Stacks& stacks) {
-            const auto found = objects_.find(object);
-            if (found != objects_.end())
-                Append(stacks, found->second);
-        });
-    }
-
-    void DumpAll() const {
-        Write([&](Stacks& stacks) {
-            for (const auto& [object, references] : objects_)
-                Append(stacks, references);
-        });
-    }
-
-private:
-    struct Record {
-        const void* object;
-        StackPool::SharedStack stack;
-    };
-    using References = std::unordered_set<const void*>;
-    using Stacks = std::vector<StackPool::SharedStack>;
-
-    void Forget(const void* reference) noexcept {
-        const auto record = records_.find(reference);
-        if (record == records_.end())
-            return;
-        const auto object = objects_.find(record->second.object);
-        if (object != objects_.end()) {
-            object->second.erase(reference);
-            if (object->second.empty())
-                objects_.erase(object);
-        }
-        stacks_.Release(record->second.stack);
-        records_.erase(record);
-    }
-
-    void Append(Stacks& stacks, const References& references) const {
-        for (const void* const reference : references)
-            stacks.push_back(records_.at(reference).stack);
-    }
-
-    // Collects under the lock of the tables and writes without it: a debugger may stop the thread
-    // for as long as it likes.
+    /// Collects under the lock of the table and writes without it: a debugger may stop the thread
+    /// for as long as it likes.
     template <class Collect>
     void Write(Collect collect) const {
         const std::lock_guard output(outputMutex_);
-        Stacks stacks;
-        {
-            const std::lock_guard guard(mutex_);
-            collect(stacks);
-        }
-        for (const StackPool::SharedStack& stack : stacks) {
+        for (const StackPool::SharedStack& stack : Collected(collect)) {
             std::wostringstream text;
             text << *stack;
             OutputDebugStringW(text.str().c_str());
         }
     }
 
+private:
+    template <class Collect>
+    ReferenceTable::Stacks Collected(Collect collect) const {
+        const std::lock_guard guard(mutex_);
+        return collect(references_);
+    }
+
     mutable thread::mutex outputMutex_;
     mutable thread::mutex mutex_;
-    std::unordered_map<const void*, Record> records_;
-    std::unordered_map<const void*, References> objects_;
-    StackPool stacks_;
+    ReferenceTable references_;
 };
 
 namespace {
@@ -155,9 +96,11 @@ void track_list::ResetReference(void const* oldObject, void const* newObject,
 
 void track_list::Dump(void const* object) const {
     if (object != nullptr)
-        impl_->Dump(object);
+        impl_->Write([=](const ReferenceTable& table) { return table.StacksOf(object); });
 }
 
-void track_list::DumpAll() const { impl_->DumpAll(); }
+void track_list::DumpAll() const {
+    impl_->Write([](const ReferenceTable& table) { return table.AllStacks(); });
+}
 
 } // namespace kq::debug

@@ -67,10 +67,11 @@ private:
     RefreshFunction symRefreshModuleList_;
 };
 
-/// The names of the modules that the process has loaded, as debug-help reports them (with their
-/// folders as a rule), each once, ordered by their bytes. Characters outside the system's code page
-/// are lost. Throws `std::runtime_error("Failed to enumerate loaded modules!")`. Callable from any
-/// thread; does not wait for call stacks.
+/// The names of the modules that the process has loaded, each once, ordered by their bytes. They
+/// are what debug-help reports: on Windows full paths, under Wine file names without folder and
+/// extension. Characters outside the system's code page are lost. Throws
+/// `std::runtime_error("Failed to enumerate loaded modules!")`. Callable from any thread; does not
+/// wait for call stacks.
 KQ_API std::set<std::string> GetLoadedModuleNames();
 
 /// The process-wide handler: the first service that the library installs and the last that it

@@ -1,0 +1,18 @@
+// The rows of the table of call stacks. Each function measures and prints its own.
+#pragma once
+
+namespace bench {
+
+/// Stacks of ten frames, with the modules that the program itself needs and with fifty more.
+void ShortStacks();
+
+/// Stacks of a thousand frames.
+void DeepStacks();
+
+/// The first stack after a library was loaded.
+void StacksAfterALoad();
+
+/// References taken and dropped, in an empty tracker and in one with a hundred thousand.
+void References();
+
+} // namespace bench
