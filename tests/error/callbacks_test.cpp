@@ -109,15 +109,14 @@ struct Seen {
     int reached = 0;
     int ownCalls = 0;
 };
-thread_local Seen* seen [[gnu::nodebug]] = nullptr;
 
 TEST(Callbacks, AreCalledInOrderWhileAllThreadsChangeThem) {
     constexpr int rounds = 20'000;
     const std::uint32_t seed = kq_test::Seed();
-    Callbacks<void()> callbacks;
+    Callbacks<void(Seen*)> callbacks;
     std::atomic<int> wrong{0};
     const auto addPermanent = [&](int place) {
-        return callbacks.Add([&wrong, place] {
+        return callbacks.Add([&wrong, place](Seen* seen) {
             if (seen->reached != place - 1)
                 ++wrong;
             seen->reached = place;
@@ -133,10 +132,11 @@ TEST(Callbacks, AreCalledInOrderWhileAllThreadsChangeThem) {
             for (int round = 0; round != rounds; ++round) {
                 switch (random.Below(4)) {
                     case 0:
-                        own.push_back(callbacks.Add([self = std::this_thread::get_id()] {
-                            if (std::this_thread::get_id() == self)
-                                ++seen->ownCalls;
-                        }));
+                        own.push_back(
+                            callbacks.Add([self = std::this_thread::get_id()](Seen* seen) {
+                                if (std::this_thread::get_id() == self)
+                                    ++seen->ownCalls;
+                            }));
                         break;
                     case 1:
                         if (!own.empty())
@@ -145,8 +145,7 @@ TEST(Callbacks, AreCalledInOrderWhileAllThreadsChangeThem) {
                         break;
                     default:
                         Seen call;
-                        seen = &call;
-                        callbacks.Call();
+                        callbacks.Call(&call);
                         // Nobody else changes those of this thread.
                         if (call.reached != 3 || call.ownCalls != static_cast<int>(own.size()))
                             ++wrong;

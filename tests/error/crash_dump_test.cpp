@@ -279,8 +279,9 @@ TEST_F(CrashDump, MayBeSetWhileOthersDump) {
     });
     for (int round = 0; round != rounds; ++round) {
         EXPECT_EQ(ExcDump(someCode, &pointers_), 0);
-        if (dumpFile_ != L"none")
+        if (dumpFile_ != L"none") {
             EXPECT_NO_THROW(Minidump::Read(dumpFile_).Exception());
+        }
     }
     isOver = true;
     setting.join();

@@ -27,12 +27,15 @@ bool IsMissing(const kq::Singleton<T, Ptr>& service) {
 inline bool ServicesAreThere() {
     return kq::concurrency::jobQueue.GetShared() != nullptr &&
            kq::concurrency::threadPool.GetShared() != nullptr &&
-           kq::thread::threadNameManager.GetShared() != nullptr;
+           kq::thread::threadNameManager.GetShared() != nullptr &&
+           kq::error::errorReporter.GetShared() != nullptr &&
+           kq::error::exceptionNormalizer.GetShared() != nullptr;
 }
 
 inline bool ServicesAreMissing() {
     return IsMissing(kq::concurrency::jobQueue) && IsMissing(kq::concurrency::threadPool) &&
-           IsMissing(kq::thread::threadNameManager);
+           IsMissing(kq::thread::threadNameManager) && IsMissing(kq::error::errorReporter) &&
+           IsMissing(kq::error::exceptionNormalizer);
 }
 
 /// For a job: returns once `Shutdown()` has begun to wait for it.

@@ -23,7 +23,8 @@ public:
 
 } // namespace kq_test
 
-void* operator new(std::size_t size) {
+// Not inlined: the compilers would see malloc meet operator delete, and say so.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     using kq_test::allocationsLeft;
     if (allocationsLeft == 0)
         throw std::bad_alloc();
@@ -33,5 +34,7 @@ void* operator new(std::size_t size) {
         return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}

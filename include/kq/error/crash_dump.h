@@ -48,8 +48,9 @@ namespace detail {
 /// file: the one that finds it in use reports without a dump.
 ///
 /// Up to the end of the dump it takes no lock of the library and no memory of its own. It runs on
-/// the thread that crashed, on what is left of its stack: a thread that is to report the overflow
-/// of its stack needs some for that (`SetThreadStackGuarantee`; 64 KiB are enough).
+/// the thread that failed, on what is left of the stack; 64 KiB are enough. The overflow of a stack
+/// leaves less: a host that wants it reported sets some aside (`SetThreadStackGuarantee`), or calls
+/// this on a fiber of that thread, from a vectored handler.
 ///
 /// Throws `std::runtime_error` ("Singleton instance of ... does not exists!") when `errorReporter`
 /// is empty, and what a reporter throws; the dump is complete then.
