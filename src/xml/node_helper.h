@@ -37,17 +37,13 @@ public:
     }
 
     std::wstring GetNamespaceURI() const final {
-        NodePointer node = node_.GetInterfacePtr();
         if constexpr (std::is_same_v<Interface, DomDocument>) {
             ElementPointer element;
             Require(node_->get_documentElement(&element), namespaceFailure);
-            if (!element)
-                return {};
-            node = element.GetInterfacePtr();
+            return element ? NamespaceOf(*element) : std::wstring();
+        } else {
+            return NamespaceOf(*node_);
         }
-        _bstr_t uri;
-        Require(node->get_namespaceURI(uri.GetAddress()), namespaceFailure);
-        return FromPlatform(uri);
     }
 
     bool HasValue() const final {
@@ -146,6 +142,12 @@ private:
             _com_util::CheckError(node_->get_ownerDocument(&document));
             return WrapDocument(document);
         }
+    }
+
+    static std::wstring NamespaceOf(IXMLDOMNode& node) {
+        _bstr_t uri;
+        Require(node.get_namespaceURI(uri.GetAddress()), namespaceFailure);
+        return FromPlatform(uri);
     }
 
     /// Returns whether the node can have a value.

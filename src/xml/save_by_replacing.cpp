@@ -1,28 +1,39 @@
 #include "xml/save_by_replacing.h"
 
 #include <kq/type/guid.h>
+#include <kq/win32/path.h>
+
+#include <utility>
 
 namespace kq::xml {
 namespace {
 
 using boost::filesystem::path;
 
-/// Whether `file` is an ordinary file that another one can take the place of without anybody
-/// noticing.
-bool IsReplaceable(const path& file) {
-    const HANDLE handle = CreateFileW(
-        file.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-        nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+enum class Kind {
+    ordinary, ///< another one can take its place without anybody noticing
+    readOnly,
+    other, ///< not there, a folder, a link, a device, in use, or a file with several names
+};
+
+Kind KindOf(const path& file) {
+    // DELETE because it has to go: who uses it may not allow that, nor its access rights.
+    const HANDLE handle =
+        CreateFileW(file.c_str(), FILE_READ_ATTRIBUTES | DELETE,
+                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                    FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
-        return false;
+        return Kind::other;
     BY_HANDLE_FILE_INFORMATION information{};
     const bool known =
         GetFileType(handle) == FILE_TYPE_DISK && GetFileInformationByHandle(handle, &information);
     CloseHandle(handle);
-    constexpr DWORD special =
-        FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_READONLY;
-    return known && (information.dwFileAttributes & special) == 0 &&
-           information.nNumberOfLinks == 1;
+    constexpr DWORD special = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
+    if (!known || (information.dwFileAttributes & special) != 0)
+        return Kind::other;
+    if ((information.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0)
+        return Kind::readOnly;
+    return information.nNumberOfLinks == 1 ? Kind::ordinary : Kind::other;
 }
 
 /// A new, empty file for the time of an attempt.
@@ -61,11 +72,16 @@ private:
 } // namespace
 
 HRESULT SaveByReplacing(const path& file, const std::function<HRESULT(const path&)>& save) {
-    if (IsReplaceable(file)) {
-        TemporaryFile finished(file.parent_path() / (type::Guid().ToString() + L".tmp"));
+    const Kind kind = KindOf(file);
+    if (kind == Kind::readOnly)
+        return E_ACCESSDENIED;
+    if (kind == Kind::ordinary) {
+        // Not every platform replaces by relative paths.
+        const path full = win32::GetFullPathNameW(file.native());
+        TemporaryFile finished(full.parent_path() / (type::Guid().ToString() + L".tmp"));
         if (finished.Exists()) {
             const HRESULT result = save(finished.Name());
-            if (FAILED(result) || finished.Replace(file))
+            if (FAILED(result) || finished.Replace(full))
                 return result;
         }
     }

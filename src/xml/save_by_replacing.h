@@ -15,7 +15,7 @@ namespace kq::xml {
 /// file of the same folder, which takes the place of the first in one step. Where that cannot be
 /// done, `save` is given `path` itself: when it is a link, has several names or is no file on a
 /// disk, when no file can be made in its folder, and when it is in use in a way that prevents its
-/// replacement. `save` may run twice then.
+/// replacement. `save` may run twice then. A file that is read-only is refused with E_ACCESSDENIED.
 HRESULT SaveByReplacing(const boost::filesystem::path& path,
                         const std::function<HRESULT(const boost::filesystem::path& file)>& save);
 

@@ -119,9 +119,9 @@ TEST_F(DomDocumentTest, ReplacesItsContentWhenItLoads) {
 }
 
 TEST_F(DomDocumentTest, TellsWhyATextCannotBeLoaded) {
-    for (const wchar_t* const text : {L"", L"   ", L"no markup", L"<root>", L"<root/><root/>",
-                                      L"<a></b>", L"<a>&undefined;</a>", L"<a b='1' b='2'/>",
-                                      L"<a><", L"<p:a/>", L"<?xml version='1.0'?>"}) {
+    for (const wchar_t* const text :
+         {L"", L"   ", L"no markup", L"<root>", L"<root/><root/>", L"<a></b>",
+          L"<a>&undefined;</a>", L"<a b='1' b='2'/>", L"<a><", L"<?xml version='1.0'?>"}) {
         ExpectParseError(ThrownText<std::runtime_error>([&] { DomDocument::CreateFromText(text); }),
                          "Failed to load XML string!");
         const auto document = Parse(L"<root/>");
