@@ -25,8 +25,8 @@ Kind KindOf(const path& file) {
     if (handle == INVALID_HANDLE_VALUE)
         return Kind::other;
     BY_HANDLE_FILE_INFORMATION information{};
-    const bool known =
-        GetFileType(handle) == FILE_TYPE_DISK && GetFileInformationByHandle(handle, &information);
+    const bool known = GetFileType(handle) == FILE_TYPE_DISK &&
+                       GetFileInformationByHandle(handle, &information) != FALSE;
     CloseHandle(handle);
     constexpr DWORD special = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
     if (!known || (information.dwFileAttributes & special) != 0)

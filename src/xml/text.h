@@ -18,16 +18,6 @@ inline BSTR AllocateText(const std::wstring& text) {
     return result;
 }
 
-/// `AllocateText` as an argument.
-inline _bstr_t ToPlatform(const std::wstring& text) {
-    _bstr_t result;
-    // The pointer makes its own room first, so that nothing can fail between the allocation of the
-    // text and its taking over.
-    BSTR* const place = result.GetAddress();
-    *place = AllocateText(text);
-    return result;
-}
-
 /// `AllocateText` as a variant.
 inline _variant_t ToVariant(const std::wstring& text) {
     _variant_t result;
@@ -35,6 +25,16 @@ inline _variant_t ToVariant(const std::wstring& text) {
     V_VT(&result) = VT_BSTR;
     return result;
 }
+
+/// `AllocateText` as an argument, which lives as long as this object.
+class ToPlatform {
+public:
+    explicit ToPlatform(const std::wstring& text) : text_(ToVariant(text)) {}
+    operator BSTR() const noexcept { return V_BSTR(&text_); }
+
+private:
+    const _variant_t text_;
+};
 
 /// What the platform has said, up to the first zero. It says an empty text also as a null pointer.
 inline std::wstring FromPlatform(const wchar_t* text) {

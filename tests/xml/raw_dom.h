@@ -48,4 +48,20 @@ inline bool TakesChildOfText() {
         Select(document, L"/a/text()")->appendChild(Select(document, L"/a/b"), &added));
 }
 
+/// Whether the platform writes xmlns="" for an element without a namespace in one that has a
+/// default namespace.
+inline bool SavesEmptyDefaultNamespace() {
+    const DocumentPointer document = CreateDocument();
+    Load(document, L"<a xmlns='urn:a'/>");
+    NodePointer plain;
+    document->createNode(_variant_t(1), _bstr_t(L"plain"), _bstr_t(L""), &plain);
+    NodePointer added;
+    Select(document, L"/*")->appendChild(plain, &added);
+    _bstr_t text;
+    document->get_xml(text.GetAddress());
+    const DocumentPointer again = CreateDocument();
+    return Load(again, static_cast<const wchar_t*>(text)) &&
+           static_cast<bool>(Select(again, L"//plain"));
+}
+
 } // namespace raw_dom
