@@ -86,7 +86,7 @@ private:
         Require(
             this->Platform()->createNode(_variant_t(type), name, ToPlatform(namespaceURI), &node),
             failure);
-        return Wrap(node);
+        return Wrap(std::move(node));
     }
 };
 

@@ -21,7 +21,8 @@ public:
         std::conditional_t<std::is_same_v<Interface, DomDocument>, DocumentPointer, NodePointer>;
     using Node = shared_ref<DomNode, boost::shared_ptr>;
 
-    explicit DomNodeHelper(PlatformPointer node) : node_(std::move(node)) {}
+    /// Takes the reference over: the platform's pointers count even when they are moved.
+    explicit DomNodeHelper(PlatformPointer&& node) noexcept : node_(node.Detach(), false) {}
 
     IXMLDOMNode* PlatformNode() const noexcept final { return node_.GetInterfacePtr(); }
 
@@ -73,7 +74,7 @@ public:
         for (long index = 0; index != count; ++index) {
             NodePointer item;
             Require(attributes->get_item(index, &item), "Failed to get item!");
-            const Node attribute = Wrap(item);
+            const Node attribute = Wrap(std::move(item));
             result.emplace(attribute->GetName(), attribute);
         }
         return result;
@@ -111,7 +112,7 @@ public:
         NodePointer added;
         Require(node_->appendChild(DomNodeAccess::PlatformNode(*child), &added),
                 "Failed to add child node!");
-        return Wrap(added);
+        return Wrap(std::move(added));
     }
 
     Node RemoveChildNode(const Node& child) final {
@@ -121,7 +122,7 @@ public:
                 throw std::logic_error(noChild);
             throw std::runtime_error("Failed to remove child node!");
         }
-        return Wrap(removed);
+        return Wrap(std::move(removed));
     }
 
 protected:
@@ -136,11 +137,11 @@ private:
 
     shared_ref<DomDocument, boost::shared_ptr> OwnerDocument() const {
         if constexpr (std::is_same_v<Interface, DomDocument>) {
-            return WrapDocument(node_);
+            return WrapDocument(DocumentPointer(node_));
         } else {
             DocumentPointer document;
             _com_util::CheckError(node_->get_ownerDocument(&document));
-            return WrapDocument(document);
+            return WrapDocument(std::move(document));
         }
     }
 
@@ -165,21 +166,24 @@ private:
     }
 
     Node ChildNode(const std::wstring& xpath) const {
-        const NodePointer node = SelectNode(xpath);
+        NodePointer node = SelectNode(xpath);
         if (!node)
             throw std::logic_error(noChild);
-        return Wrap(node);
+        return Wrap(std::move(node));
     }
 
     /// Goes from node to node: some platforms look for each index from the beginning.
     static std::vector<Node> WrapAll(const NodeListPointer& list) {
         std::vector<Node> result;
+        long length = 0;
+        Require(list->get_length(&length), childrenFailure);
+        result.reserve(static_cast<std::size_t>(length));
         while (true) {
             NodePointer node;
             Require(list->nextNode(&node), childrenFailure);
             if (!node)
                 return result;
-            result.push_back(Wrap(node));
+            result.push_back(Wrap(std::move(node)));
         }
     }
 

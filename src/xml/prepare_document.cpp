@@ -30,7 +30,7 @@ shared_ref<DomDocument, boost::shared_ptr> PrepareDocument(const DocumentPointer
     _com_util::CheckError(document->put_async(VARIANT_FALSE));
     _com_util::CheckError(document->put_preserveWhiteSpace(VARIANT_TRUE));
     DistrustContent(document);
-    const auto result = WrapDocument(document);
+    const auto result = WrapDocument(DocumentPointer(document));
     AddDeclaration(document, *result);
     return result;
 }

@@ -10,9 +10,9 @@ namespace kq::xml {
 /// A new object for `node`: a `DomElement`, `DomTextNode` (also for a CDATA section) or
 /// `DomDocument` by the type of the node, and a plain `DomNode` for every other one. Throws
 /// `_com_error`, with E_POINTER for a null pointer.
-shared_ref<DomNode, boost::shared_ptr> Wrap(const NodePointer& node);
+shared_ref<DomNode, boost::shared_ptr> Wrap(NodePointer&& node);
 
 /// A new object for `document`. Throws `_com_error(E_POINTER)` for a null pointer.
-shared_ref<DomDocument, boost::shared_ptr> WrapDocument(const DocumentPointer& document);
+shared_ref<DomDocument, boost::shared_ptr> WrapDocument(DocumentPointer&& document);
 
 } // namespace kq::xml

@@ -159,6 +159,15 @@ TEST(DomFailures, OfAttributeMaps) {
     EXPECT_EQ(RuntimeFailure([&] { countedNode.GetAttributes(); }), "Failed to get item!");
 }
 
+// A list that knows its length, and no more.
+class CountedList final : public failing::NodeList {
+public:
+    STDMETHODIMP get_length(long* length) override {
+        *length = 1;
+        return S_OK;
+    }
+};
+
 class NodeWithLists final : public failing::Node {
 public:
     explicit NodeWithLists(IXMLDOMNodeList& list) : list_(list) {}
@@ -174,10 +183,14 @@ private:
 
 TEST(DomFailures, OfNodeLists) {
     failing::NodeList list;
-    NodeWithLists platform(list);
-    const DomNodeImplementation node{Pointer(platform)};
-    EXPECT_EQ(RuntimeFailure([&] { node.GetChildNodes(); }), "Failed to get child nodes!");
-    EXPECT_EQ(RuntimeFailure([&] { node.GetChildNodes(L"a"); }), "Failed to get child nodes!");
+    CountedList counted;
+    for (IXMLDOMNodeList* const failing :
+         {static_cast<IXMLDOMNodeList*>(&list), static_cast<IXMLDOMNodeList*>(&counted)}) {
+        NodeWithLists platform(*failing);
+        const DomNodeImplementation node{Pointer(platform)};
+        EXPECT_EQ(RuntimeFailure([&] { node.GetChildNodes(); }), "Failed to get child nodes!");
+        EXPECT_EQ(RuntimeFailure([&] { node.GetChildNodes(L"a"); }), "Failed to get child nodes!");
+    }
 }
 
 class NodeWithoutType final : public failing::NodeObject<IXMLDOMNode> {};
