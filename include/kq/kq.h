@@ -50,3 +50,4 @@
 #include <kq/win32/module.h>
 #include <kq/win32/path.h>
 #include <kq/win32/types.h>
+#include <kq/xml/dom.h>
