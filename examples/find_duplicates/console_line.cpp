@@ -111,8 +111,8 @@ ConsoleLine::ConsoleLine(const std::shared_ptr<IProgressSignaler>& work, const C
     // The connection may be released while another thread is in a call: so the callables own what
     // they use.
     const auto display = std::make_shared<Display>(work, console);
-    connection_ = work->Connect([display](ProgressState const&) { display->Update(); },
-                                [](const std::exception_ptr&) {}, [display] { display->End(); });
+    connection_ = work->Connect([display](ProgressState const&) { display->Update(); }, {},
+                                [display] { display->End(); });
 }
 
 } // namespace find_duplicates

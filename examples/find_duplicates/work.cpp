@@ -5,19 +5,21 @@ namespace find_duplicates {
 using kq::progress::ERequest;
 
 Work::Work()
-    : root_(kq::progress::Create(L"Searching for duplicates", true, true, progressGranularity, 0,
+    : gate_(std::make_shared<Gate>()),
+      root_(kq::progress::Create(L"Searching for duplicates", true, true, progressGranularity, 0,
                                  {})),
       signaler_(kq::progress::CreateSignaler(*root_)),
-      requests_(root_->ConnectRequests([this](ERequest request) { OnRequest(request); })) {}
+      requests_(
+          root_->ConnectRequests([gate = gate_](ERequest request) { gate->OnRequest(request); })) {}
 
-void Work::Pass() {
+void Work::Gate::Pass() {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return !isSuspended_ || isCancelled_; });
     if (isCancelled_)
         throw Cancelled();
 }
 
-void Work::OnRequest(ERequest request) {
+void Work::Gate::OnRequest(ERequest request) {
     const std::lock_guard guard(mutex_);
     isSuspended_ = request == ERequest::Suspend;
     isCancelled_ = isCancelled_ || request == ERequest::Cancel;

@@ -32,19 +32,25 @@ public:
     std::shared_ptr<kq::progress::IProgressSignaler> Signaler() const noexcept { return signaler_; }
 
     /// To be called often, by all who work, on any thread. Throws `Cancelled`.
-    void Pass();
+    void Pass() { gate_->Pass(); }
 
 private:
-    void OnRequest(kq::progress::ERequest request);
+    class Gate {
+    public:
+        void Pass();
+        void OnRequest(kq::progress::ERequest request);
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool isSuspended_ = false;
-    bool isCancelled_ = false;
+    private:
+        std::mutex mutex_;
+        std::condition_variable changed_;
+        bool isSuspended_ = false;
+        bool isCancelled_ = false;
+    };
 
-    std::unique_ptr<kq::progress::IProgressRoot> root_;
-    std::shared_ptr<kq::progress::IProgressSignaler> signaler_;
-    std::shared_ptr<void> requests_; // the last member, so that nothing is asked of what is gone
+    const std::shared_ptr<Gate> gate_; // of the listener too: a request may come in the last moment
+    const std::unique_ptr<kq::progress::IProgressRoot> root_;
+    const std::shared_ptr<kq::progress::IProgressSignaler> signaler_;
+    const std::shared_ptr<void> requests_;
 };
 
 } // namespace find_duplicates
