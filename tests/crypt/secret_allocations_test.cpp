@@ -33,28 +33,30 @@ constexpr std::size_t markerCount = 32;
 /// Looks for the marker in everything that is freed while it lives. One at a time.
 class WatchFreed {
 public:
-    explicit WatchFreed(const HeapMarker& marker) {
-        watched() = {&marker, 0};
+    explicit WatchFreed(const HeapMarker& marker) : marker_(marker) {
+        current() = this;
         kq_test::whenFreed = [](const void* memory) {
-            watched().found += watched().marker->CountIn(memory, _msize(const_cast<void*>(memory)));
+            if (WatchFreed* const watch = current())
+                watch->found_ += watch->marker_.CountIn(memory, _msize(const_cast<void*>(memory)));
         };
     }
-    ~WatchFreed() { kq_test::whenFreed = nullptr; }
+    ~WatchFreed() {
+        kq_test::whenFreed = nullptr;
+        current() = nullptr;
+    }
     WatchFreed(const WatchFreed&) = delete;
     WatchFreed& operator=(const WatchFreed&) = delete;
 
-    std::size_t Found() const { return watched().found; }
+    std::size_t Found() const { return found_; }
 
 private:
-    struct Watched {
-        const HeapMarker* marker;
-        std::size_t found;
-    };
-
-    static Watched& watched() {
-        static Watched instance{};
+    static WatchFreed*& current() {
+        static WatchFreed* instance = nullptr;
         return instance;
     }
+
+    const HeapMarker& marker_;
+    std::size_t found_ = 0;
 };
 
 TEST(SecretAllocations, ASecretThatIsMovedInStaysWhereItIs) {

@@ -9,7 +9,6 @@
 
 #include <any>
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -65,7 +64,8 @@ protected:
     }
 
     /// Whether `operation` fails while there is too little memory, and changes nothing then.
-    bool FailsUnchangedWithoutMemory(const std::function<void()>& operation) {
+    template <class Operation>
+    bool FailsUnchangedWithoutMemory(Operation operation) {
         const std::string before = Contents(*container);
         const int living = TrackedValue::living();
         const int failures = FailuresUntilEnoughMemory([&](int limit) {
@@ -139,11 +139,10 @@ TEST_F(ContainerFailures, RunningOutOfMemoryChangesNothing) {
     // Several of each, so that a list and a table grow, too.
     for (int round = 0; round != 20; ++round)
         for (const Change& change : changes)
-            for (const char* const key : {"old", "new"})
-                EXPECT_TRUE(FailsUnchangedWithoutMemory([&] {
-                    ((*container).*change.append)(value, key);
-                })) << change.name
-                    << " " << key;
+            for (const char* const key : {"old", "new"}) {
+                const auto append = [&] { ((*container).*change.append)(value, key); };
+                EXPECT_TRUE(FailsUnchangedWithoutMemory(append)) << change.name << " " << key;
+            }
     std::string key = "new";
     for (int round = 0; round != 20; ++round, key += "er") {
         EXPECT_TRUE(FailsUnchangedWithoutMemory([&] {

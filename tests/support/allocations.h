@@ -59,6 +59,7 @@ inline void WatchedRelease(void* memory) noexcept {
 
 } // namespace kq_test
 
+// NOLINTBEGIN(misc-definitions-in-headers): one source of a program includes this
 void* operator new(std::size_t size) { return kq_test::CountedAllocation(size); }
 void* operator new[](std::size_t size) { return kq_test::CountedAllocation(size); }
 void operator delete(void* memory) noexcept { kq_test::WatchedRelease(memory); }
@@ -69,3 +70,4 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept {
 void operator delete[](void* memory, std::size_t /*size*/) noexcept {
     kq_test::WatchedRelease(memory);
 }
+// NOLINTEND(misc-definitions-in-headers)
