@@ -79,7 +79,7 @@ bool ShowsItsOwnNames(bool isFirst) {
 // one loads and unloads libraries at one and the same base.
 TEST(CallStackStress, EveryStackIsRightWhileModulesAndHandlersComeAndGo) {
     constexpr std::uint32_t takers = 3;
-    constexpr int rounds = 60;
+    constexpr int rounds = 40;
     const std::uint32_t seed = kq_test::Seed();
     std::atomic<bool> isOver{false};
     std::atomic<int> wrong{0};
@@ -108,7 +108,7 @@ TEST(CallStackStress, EveryStackIsRightWhileModulesAndHandlersComeAndGo) {
 // The last handler goes again and again, and with it the symbol state.
 TEST(CallStackStress, EveryStackIsRightWhileTheSymbolStateIsOpenedAndClosed) {
     constexpr std::uint32_t threadCount = 3;
-    constexpr int rounds = 4;
+    constexpr int rounds = 3;
     const std::uint32_t seed = kq_test::Seed();
     symbolHandler.Reset();
     std::atomic<int> wrong{0};
