@@ -12,6 +12,7 @@ std::wstring Wide(const std::string& text) { return converter::StringCast<std::w
 
 } // namespace
 
+// NOLINTBEGIN(modernize-pass-by-value): the parameters are given
 Location::Location(std::string const& signature, std::wstring const& filename, unsigned int line,
                    std::string const& timestamp, std::string const& compilationDate,
                    std::string const& compilationTime)
@@ -21,6 +22,7 @@ Location::Location(std::string const& signature, std::wstring const& filename, u
       timestamp_(timestamp),
       compilationDate_(compilationDate),
       compilationTime_(compilationTime) {}
+// NOLINTEND(modernize-pass-by-value)
 
 void Location::Swap(Location& other) noexcept { std::swap(*this, other); }
 

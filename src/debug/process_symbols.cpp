@@ -3,6 +3,7 @@
 #include "debug/platform_debug_help.h"
 
 #include <cstddef>
+#include <stdexcept>
 #include <utility>
 
 namespace kq::debug {
@@ -14,8 +15,7 @@ struct OpenSymbols {
         using PlatformDebugHelp::PlatformDebugHelp;
     };
 
-    OpenSymbols(void* process, PlatformDebugHelp::RefreshFunction refresh)
-        : help(process, refresh), state(help) {}
+    OpenSymbols(void* process, RefreshFunction refresh) : help(process, refresh), state(help) {}
 
     Help help;
     SymbolState state;
@@ -30,25 +30,29 @@ void Close() noexcept { delete std::exchange(openSymbols, nullptr); }
 
 } // namespace
 
-void AcquireSymbols(void* process, int (*refresh)(void*)) {
-    const std::lock_guard guard(symbolLock);
-    if (openSymbols == nullptr)
-        openSymbols = new OpenSymbols(process, refresh);
+void AcquireSymbols() noexcept {
+    const thread::SurvivingLock lock(symbolLock);
     ++users;
 }
 
 void ReleaseSymbols() noexcept {
-    const std::lock_guard guard(symbolLock);
-    if (--users == 0)
+    const thread::SurvivingLock lock(symbolLock);
+    if (lock.IsHeld() && --users == 0)
         Close();
 }
 
 void AbandonSymbols() noexcept {
-    const std::lock_guard guard(symbolLock);
-    Close();
+    const thread::SurvivingLock lock(symbolLock);
+    if (lock.IsHeld())
+        Close();
 }
 
-LockedSymbols::LockedSymbols() noexcept : guard_(symbolLock) {}
+LockedSymbols::LockedSymbols(void* process, RefreshFunction refresh) : lock_(symbolLock) {
+    if (!lock_.IsHeld())
+        throw std::runtime_error("Failed to initialize symbol handler!");
+    if (openSymbols == nullptr)
+        openSymbols = new OpenSymbols(process, refresh);
+}
 
 SymbolState* LockedSymbols::operator->() const noexcept { return &openSymbols->state; }
 

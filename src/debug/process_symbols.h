@@ -2,16 +2,16 @@
 #pragma once
 
 #include "debug/symbol_state.h"
-#include "thread/mutex.h"
-
-#include <mutex>
+#include "thread/surviving_lock.h"
 
 namespace kq::debug {
 
-/// Counts one more user of the symbol state, which the first one opens: for `process`, with its
-/// `SymRefreshModuleList` or null. Throws `std::runtime_error("Failed to initialize symbol
-/// handler!")`, and then counts nobody.
-void AcquireSymbols(void* process, int (*refresh)(void*));
+/// `SymRefreshModuleList` of debug-help, or null when it has none.
+using RefreshFunction = int (*)(void* process);
+
+/// Counts one more user of the symbol state. It is not opened yet: that takes debug-help a while,
+/// and most users never need it.
+void AcquireSymbols() noexcept;
 
 /// Counts one user less. The last one closes the symbol state.
 void ReleaseSymbols() noexcept;
@@ -24,11 +24,13 @@ void AbandonSymbols() noexcept;
 /// recursive. For users of the symbol state only.
 class LockedSymbols {
 public:
-    LockedSymbols() noexcept;
+    /// Opens the symbol state of `process`, with its function `refresh`, when it is not open.
+    /// Throws `std::runtime_error("Failed to initialize symbol handler!")`.
+    LockedSymbols(void* process, RefreshFunction refresh);
     SymbolState* operator->() const noexcept;
 
 private:
-    std::lock_guard<thread::mutex> guard_;
+    thread::SurvivingLock lock_;
 };
 
 } // namespace kq::debug

@@ -17,8 +17,7 @@ namespace {
 
 // The frame that the walk starts in and leaves out. It has to be there until the walk is over, so
 // the registers are captured here and nowhere deeper.
-[[gnu::noinline]] void WalkCallers(std::vector<CallStackEntry>& stack) {
-    const LockedSymbols symbols;
+[[gnu::noinline]] void WalkCallers(LockedSymbols& symbols, std::vector<CallStackEntry>& stack) {
     symbols->Refresh();
     CONTEXT context{};
     context.ContextFlags = CONTEXT_FULL;
@@ -48,7 +47,7 @@ Singleton<SymbolHandler, boost::shared_ptr> symbolHandler;
 
 SymbolHandler::SymbolHandler(void* const& process)
     : process_(process), symRefreshModuleList_(LoadSymRefreshSymbolList()) {
-    AcquireSymbols(process_, symRefreshModuleList_);
+    AcquireSymbols();
 }
 
 SymbolHandler::~SymbolHandler() { ReleaseSymbols(); }
@@ -71,13 +70,14 @@ SymbolHandler::RefreshFunction SymbolHandler::LoadSymRefreshSymbolList() {
 // call.
 [[gnu::noinline]] std::vector<CallStackEntry> SymbolHandler::GetCallStack() {
     std::vector<CallStackEntry> stack;
-    WalkCallers(stack);
+    LockedSymbols symbols(process_, symRefreshModuleList_);
+    WalkCallers(symbols, stack);
     std::atomic_signal_fence(std::memory_order_seq_cst);
     return stack;
 }
 
 void SymbolHandler::RefreshModuleList() {
-    const LockedSymbols symbols;
+    const LockedSymbols symbols(process_, symRefreshModuleList_);
     symbols->Refresh();
 }
 

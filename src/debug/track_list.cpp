@@ -5,10 +5,10 @@
 #include "debug/reference_table.h"
 #include "debug/stack_pool.h"
 #include "thread/mutex.h"
+#include "thread/surviving_lock.h"
 
 #include <windows.h>
 
-#include <mutex>
 #include <new>
 #include <sstream>
 #include <utility>
@@ -25,23 +25,29 @@ StackPool::Stack CurrentStack() {
 
 } // namespace
 
+// The destructors of a host's objects drop references, also those that run while the process ends.
+// Where a lock can no longer be had, nothing is left to be done.
 class TrackListImpl {
 public:
     void Add(const void* object, const void* reference, StackPool::Stack stack) {
-        const std::lock_guard guard(mutex_);
-        references_.Add(object, reference, std::move(stack));
+        const thread::SurvivingLock lock(mutex_);
+        if (lock.IsHeld())
+            references_.Add(object, reference, std::move(stack));
     }
 
     void Remove(const void* reference) noexcept {
-        const std::lock_guard guard(mutex_);
-        references_.Remove(reference);
+        const thread::SurvivingLock lock(mutex_);
+        if (lock.IsHeld())
+            references_.Remove(reference);
     }
 
     /// Collects under the lock of the table and writes without it: a debugger may stop the thread
     /// for as long as it likes.
     template <class Collect>
     void Write(Collect collect) const {
-        const std::lock_guard output(outputMutex_);
+        const thread::SurvivingLock output(outputMutex_);
+        if (!output.IsHeld())
+            return;
         for (const StackPool::SharedStack& stack : Collected(collect)) {
             std::wostringstream text;
             text << *stack;
@@ -52,8 +58,8 @@ public:
 private:
     template <class Collect>
     ReferenceTable::Stacks Collected(Collect collect) const {
-        const std::lock_guard guard(mutex_);
-        return collect(references_);
+        const thread::SurvivingLock lock(mutex_);
+        return lock.IsHeld() ? collect(references_) : ReferenceTable::Stacks();
     }
 
     mutable thread::mutex outputMutex_;

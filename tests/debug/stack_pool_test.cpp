@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <initializer_list>
 
-using kq::debug::CallStackEntry;
 using kq::debug::StackPool;
 
 namespace {

@@ -74,6 +74,13 @@ TEST(SymbolHandlers, CloseTheSymbolsWithTheLast) {
     EXPECT_NE(FindFrame(symbolHandler->GetCallStack(), "TestBody"), nullptr);
 }
 
+TEST(SymbolHandlers, OpenTheSymbolsWhenTheyAreNeeded) {
+    symbolHandler.Reset();
+    symbolHandler = SymbolHandler::Create();
+    EXPECT_FALSE(SymCleanup(GetCurrentProcess())); // there is nothing to be closed
+    EXPECT_NE(FindFrame(symbolHandler->GetCallStack(), "TestBody"), nullptr);
+}
+
 TEST(SymbolHandlers, RefreshWithoutAStack) {
     symbolHandler.Reset();
     symbolHandler = SymbolHandler::Create();

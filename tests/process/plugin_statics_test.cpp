@@ -21,6 +21,7 @@ struct PluginWithStatics : Module {
     void (*const shutdown)() = Find<void()>("ShutdownLibrary");
     void (*const armLateShutdown)() = Find<void()>("ArmLateShutdown");
     void (*const keepOwnQueueBusy)() = Find<void()>("KeepOwnQueueBusy");
+    void (*const dumpForEver)() = Find<void()>("DumpForEver");
 };
 
 } // namespace
@@ -47,6 +48,12 @@ SCENARIO(a_static_of_a_plugin_shuts_down_busy_services_while_the_process_ends) {
     const PluginWithStatics plugin;
     plugin.armLateShutdown();
     plugin.keepOwnQueueBusy();
+    Close();
+}
+
+SCENARIO(a_static_of_a_plugin_dumps_references_after_a_dump_was_killed) {
+    const PluginWithStatics plugin;
+    plugin.dumpForEver();
     Close();
 }
 

@@ -2,8 +2,11 @@
 // the two, and end while it unloads them or while the process ends.
 #include <kq/kq.h>
 
+#include "support/debugger_output.h"
+
 #include <atomic>
 #include <memory>
+#include <string>
 #include <thread>
 
 using namespace kq::concurrency;
@@ -22,6 +25,21 @@ public:
 };
 
 LateShutdown lateShutdown;
+
+/// Writes the references to the debugger, and drops one, as late as that.
+class LateDump {
+public:
+    ~LateDump() {
+        if (!isArmed)
+            return;
+        kq::debug::g_trackList.DumpAll();
+        kq::debug::g_trackList.RemoveReference(this, this);
+    }
+
+    bool isArmed = false;
+};
+
+LateDump lateDump;
 
 /// A pool and a queue of the plug-in's own, used when it is asked for.
 std::shared_ptr<CThreadPool> ownPool;
@@ -77,4 +95,22 @@ __declspec(dllexport) void KeepOwnQueueBusy() {
 }
 
 __declspec(dllexport) void ShutdownLibrary() { kq::Shutdown(); }
+
+/// Leaves a thread in the middle of a dump for ever. The plug-in dumps again when it is unloaded or
+/// the process ends.
+__declspec(dllexport) void DumpForEver() {
+    static std::atomic<bool> isDumping{false};
+    static kq_test::DebuggerOutput* const output =
+        new kq_test::DebuggerOutput([](const std::wstring& /*text*/) {
+            isDumping = true;
+            for (;;)
+                std::this_thread::yield();
+        });
+    static_cast<void>(output);
+    kq::debug::g_trackList.AddReference(&lateDump, &lateDump);
+    std::thread([] { kq::debug::g_trackList.DumpAll(); }).detach();
+    while (!isDumping)
+        std::this_thread::yield();
+    lateDump.isArmed = true;
+}
 }

@@ -18,10 +18,11 @@ namespace debug {
 /// Walks call stacks and resolves them through the platform's debug-help library.
 ///
 /// Debug-help has one symbol state for the whole process and is not made for threads. All handlers
-/// share that state: it is opened by the first one and closed when the last one goes. One lock for
-/// the process guards it, held for a whole walk with all its look-ups, so any threads may use any
-/// handlers at once. Debug-help itself may ask for the loader's lock: do not call a handler inside
-/// a library's entry point while other threads may use one.
+/// share that state: it is opened for the first call stack or refresh, because that takes a while,
+/// and closed when the last handler goes. One lock for the process guards it, held for a whole walk
+/// with all its look-ups, so any threads may use any handlers at once. Debug-help itself may ask
+/// for the loader's lock: do not call a handler inside a library's entry point while other threads
+/// may use one.
 ///
 /// What an address stands for is remembered until a module comes or goes, so a stack taken at a
 /// known place costs little more than the walk. The symbols of a module are read when the first
@@ -32,7 +33,7 @@ namespace debug {
 /// symbols are read late, that names are undecorated and that nothing opens a message box.
 class SymbolHandler {
 public:
-    /// Makes a new handler. Throws `std::runtime_error("Failed to initialize symbol handler!")`.
+    /// Makes a new handler. Throws `std::bad_alloc`.
     KQ_API static shared_ref<SymbolHandler, boost::shared_ptr> Create();
 
     SymbolHandler(const SymbolHandler&) = delete;
@@ -50,7 +51,9 @@ public:
 
     /// Makes the symbols of modules loaded meanwhile known and forgets those of unloaded ones.
     /// Costs next to nothing when no module has come or gone. Throws
-    /// `std::runtime_error("Failed to refresh module list!")`.
+    /// `std::runtime_error("Failed to refresh module list!")`, and
+    /// `std::runtime_error("Failed to initialize symbol handler!")` when debug-help does not open
+    /// the symbol state, as it does not on Windows while the host has opened it itself.
     KQ_API void RefreshModuleList();
 
 private:
