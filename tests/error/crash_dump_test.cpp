@@ -5,6 +5,7 @@
 
 #include "support/hand_shake.h"
 #include "support/minidump.h"
+#include "support/open_symbols.h"
 #include "support/temporary_folder.h"
 #include "support/thrown.h"
 
@@ -79,6 +80,7 @@ protected:
     std::wstring dumpFile_;
 
 private:
+    const boost::shared_ptr<kq::debug::SymbolHandler> symbols_ = OpenSymbols();
     Handle reporting_;
 };
 

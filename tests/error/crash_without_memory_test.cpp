@@ -6,6 +6,7 @@
 
 #include "support/failing_heap.h"
 #include "support/minidump.h"
+#include "support/open_symbols.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -21,6 +22,7 @@ using kq::error::errorReporter;
 namespace {
 
 TEST(ACrashWithoutMemory, IsDumpedAndReported) {
+    const auto symbols = OpenSymbols();
     TemporaryFolder folder;
     const std::wstring name = folder.NewFile(L"a name too long to stand inside a string.dmp");
     kq::error::SetDumpFilePath(boost::filesystem::path(name));

@@ -2,6 +2,7 @@
 
 #include "support/failing_heap.h"
 #include "support/minidump.h"
+#include "support/open_symbols.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -137,6 +138,7 @@ TEST_F(DumpFile, IsLeftAloneWhileSomebodyHasItOpen) {
 }
 
 TEST_F(DumpFile, NeedsNoMemoryOfItsOwn) {
+    const auto symbols = OpenSymbols();
     RtlCaptureContext(&context_);
     record_.ExceptionCode = EXCEPTION_ACCESS_VIOLATION;
     bool isWritten = false;

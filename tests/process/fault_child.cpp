@@ -18,6 +18,7 @@
 #include "process/forever.h"
 #include "process/guard.h"
 #include "process/overflow_watch.h"
+#include "support/open_symbols.h"
 
 #include <windows.h>
 
@@ -116,6 +117,7 @@ int main(int argc, char** argv) {
     if (argc < 5)
         return badArguments;
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    const auto symbols = OpenSymbols();
     if (std::strcmp(argv[1], "vectored") == 0)
         filter = Filter::Vectored;
     if (std::strcmp(argv[1], "unhandled") == 0) {
