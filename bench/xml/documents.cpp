@@ -1,3 +1,4 @@
+#include <kq/com/com_usage.h>
 #include <kq/xml/dom.h>
 
 #include "require.h"
@@ -290,6 +291,7 @@ std::size_t BuildFromParentsRaw(std::size_t count) {
 } // namespace
 
 void Documents(const char* name, std::size_t size) {
+    const kq::com::ComUsage com;
     const Material material(size);
     const std::size_t count = material.Entries();
     const auto document = DomDocument::CreateFromText(material.Text());

@@ -61,6 +61,8 @@ Arguments ParseArguments(const std::vector<std::wstring>& arguments) {
             result.tabbed = true;
         } else if (argument == L"--quiet") {
             result.quiet = true;
+        } else if (argument == L"--pause") {
+            result.pause = true;
         } else if (argument == L"--min-size") {
             if (++at == arguments.end())
                 throw BadArgument(L"--min-size needs a number of bytes");
@@ -89,6 +91,8 @@ const wchar_t* HelpText() {
            L"  --tsv            print one line a file: group, copy, size in bytes and path,\n"
            L"                   separated by tabs; the summary goes to the error output\n"
            L"  --quiet          no progress and no summary\n"
+           L"  --pause          while the search goes on, P suspends it and R resumes it; the\n"
+           L"                   keys come from the terminal, or from a pipe as letters\n"
            L"  --help           this text\n"
            L"\n"
            L"Links and junctions are not followed, and files whose content is not on this\n"

@@ -13,6 +13,7 @@ struct Arguments {
     std::uint64_t minSize = 1; ///< smaller files are left out
     bool tabbed = false;       ///< groups as tab-separated lines
     bool quiet = false;        ///< neither progress nor summary
+    bool pause = false;        ///< keys suspend and resume the search
     bool help = false;
 };
 

@@ -1,16 +1,19 @@
 // find_duplicates: finds files with the same content below a folder. See HelpText().
 #include "arguments.h"
 #include "console.h"
+#include "console_line.h"
 #include "exit_code.h"
 #include "interruption.h"
 #include "path.h"
-#include "progress.h"
+#include "pause_keys.h"
 #include "report.h"
 #include "search.h"
+#include "work.h"
 
 #include <kq/library.h>
 
 #include <exception>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -26,18 +29,24 @@ int Fail(const std::wstring& message) {
 int FindDuplicates(const Arguments& arguments, const std::wstring& folder) {
     const Console output = Console::Output();
     const Console error = Console::Error();
-    const InterruptionWatch watch;
+
+    Work work;
+    std::optional<ConsoleLine> line;
+    if (!arguments.quiet)
+        line.emplace(work.Signaler(), error);
+    const InterruptionWatch watch(work.Signaler());
+    std::optional<PauseKeys> keys;
+    if (arguments.pause)
+        keys.emplace(work.Signaler());
 
     Findings findings;
     std::vector<Group> groups;
     std::wstring listing;
-    Progress progress(error, arguments.quiet);
-    Search(folder, arguments.minSize, progress, findings, [&] {
+    Search(folder, arguments.minSize, work, findings, [&] {
         groups = FindGroups(findings.tree, findings.candidates);
         listing = arguments.tabbed ? TabulateGroups(findings.tree, groups)
                                    : DescribeGroups(findings.tree, groups);
     });
-    progress.End();
 
     output.Write(listing);
     error.Write(DescribeProblems(findings));

@@ -1,41 +1,79 @@
 #include "search.h"
 
+#include "effort.h"
 #include "examine.h"
+#include "figures.h"
 #include "grouping.h"
-#include "interruption.h"
 #include "stage.h"
+#include "step.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace find_duplicates {
 namespace {
 
-void LookForFiles(const std::wstring& folder, Progress& progress, Tree& tree) {
-    progress.Begin(L"Looking for files");
+using kq::progress::IProgress;
+using kq::progress::IProgressRoot;
+
+// What each part is of the whole, as a rule: it is not known before.
+constexpr double shareOfScan = 0.02;
+constexpr double shareOfHashing = 0.96;
+constexpr double shareOfReport = 0.02;
+
+constexpr const wchar_t* titleOfHeads = L"Comparing first bytes";
+constexpr const wchar_t* titleOfBodies = L"Comparing content";
+
+void LookForFiles(const std::wstring& folder, Work& work, Tree& tree) {
+    const auto scan = work.Root().CreateChild(shareOfScan, L"Looking for files");
+    const auto unknownExtent = scan->Indeterminate();
     Walk(folder, tree, [&] {
-        ThrowIfInterrupted();
-        progress.Show(tree.files.size(), tree.bytes);
+        work.Pass();
+        work.Root().SetNote1(FormatCount(tree.files.size(), L"file") + L", " +
+                             FormatSize(tree.bytes));
     });
 }
 
-void WaitFor(const Stage& stage, const Tally& tally, Progress& progress) {
+std::uint64_t BytesOfHead(const Candidate& candidate) {
+    return std::min<std::uint64_t>(candidate.stamp.size, headLength);
+}
+std::uint64_t BytesOfBody(const Candidate& candidate) {
+    return candidate.stamp.size - BytesOfHead(candidate);
+}
+
+void WaitFor(const Stage& stage, Work& work, Step& step, const Tally& tally) {
     stage.Wait([&] {
-        ThrowIfInterrupted();
-        progress.Show(tally.files, tally.bytes);
+        work.Pass();
+        step.Report(tally);
     });
+}
+
+/// What of the hashing is done with the heads, when no head rules out a body: then nothing is done
+/// sooner than it was said to be.
+double ShareOfHeads(const std::vector<Candidate>& candidates) {
+    double heads = 0;
+    double bodies = 0;
+    for (const Candidate& candidate : candidates) {
+        heads += Effort(1, BytesOfHead(candidate));
+        const std::uint64_t bytes = BytesOfBody(candidate);
+        bodies += Effort(bytes > 0 ? 1 : 0, bytes);
+    }
+    return heads > 0 ? heads / (heads + bodies) : 0;
 }
 
 /// Reads the head of every file that has its size in common with another one. Returns those that
 /// have to be read to the end.
-std::vector<Candidate*> CompareHeads(Findings& findings, Progress& progress) {
+std::vector<Candidate*> CompareHeads(Findings& findings, Work& work, IProgressRoot& hashing) {
     std::vector<Candidate*> files;
     std::uint64_t bytes = 0;
     for (Candidate& candidate : findings.candidates) {
         files.push_back(&candidate);
-        bytes += std::min<std::uint64_t>(candidate.stamp.size, headLength);
+        bytes += BytesOfHead(candidate);
     }
-    progress.Begin(L"Comparing first bytes", files.size(), bytes);
+    Step step(work, titleOfHeads, files.size(), bytes);
+    work.Root().Attach(hashing, shareOfHashing); // its name is the text already
+    const auto part = hashing.CreateChild(ShareOfHeads(findings.candidates), titleOfHeads);
 
     std::vector<Candidate*> undecided;
     const Stage stage(
@@ -43,29 +81,37 @@ std::vector<Candidate*> CompareHeads(Findings& findings, Progress& progress) {
         [&](Candidate& candidate, const OnRead& onRead) {
             ExamineHead(findings.tree.PathOf(candidate.file), candidate, onRead);
         },
-        findings.heads,
+        BytesOfHead, work, *part, findings.heads,
         [&] {
             JoinNames(findings.candidates);
             undecided = FindUndecided(findings.candidates);
         });
-    WaitFor(stage, findings.heads, progress);
+    WaitFor(stage, work, step, findings.heads);
     return undecided;
 }
 
-void CompareBodies(std::vector<Candidate*> files, Findings& findings, Progress& progress,
-                   const kq::concurrency::Job& report) {
+void CompareBodies(std::vector<Candidate*> files, Findings& findings, Work& work,
+                   IProgressRoot& hashing, const kq::concurrency::Job& afterwards) {
     std::uint64_t bytes = 0;
     for (const Candidate* file : files)
-        bytes += file->stamp.size - headLength;
-    progress.Begin(L"Comparing content", files.size(), bytes);
+        bytes += BytesOfBody(*file);
+    Step step(work, titleOfBodies, files.size(), bytes);
+    const auto part = hashing.CreateChild(hashing.GetRemaining(), titleOfBodies);
 
     const Stage stage(
         std::move(files),
         [&](Candidate& candidate, const OnRead& onRead) {
             ExamineRest(findings.tree.PathOf(candidate.file), candidate, onRead);
         },
-        findings.bodies, report);
-    WaitFor(stage, findings.bodies, progress);
+        BytesOfBody, work, *part, findings.bodies, afterwards);
+    WaitFor(stage, work, step, findings.bodies);
+}
+
+/// Hashing could be the whole of another program's work: it has a root of its own.
+void Compare(Findings& findings, Work& work, const kq::concurrency::Job& afterwards) {
+    const auto hashing =
+        kq::progress::Create(titleOfHeads, true, false, progressGranularity, 0, {});
+    CompareBodies(CompareHeads(findings, work, *hashing), findings, work, *hashing, afterwards);
 }
 
 std::size_t CountNotCompared(std::vector<Candidate>& candidates) {
@@ -77,19 +123,22 @@ std::size_t CountNotCompared(std::vector<Candidate>& candidates) {
 
 } // namespace
 
-void Search(const std::wstring& folder, std::uint64_t minSize, Progress& progress,
-            Findings& findings, const kq::concurrency::Job& report) {
+void Search(const std::wstring& folder, std::uint64_t minSize, Work& work, Findings& findings,
+            const kq::concurrency::Job& report) {
     try {
-        LookForFiles(folder, progress, findings.tree);
+        LookForFiles(folder, work, findings.tree);
         findings.candidates = FindCandidates(findings.tree, minSize);
-        CompareBodies(CompareHeads(findings, progress), findings, progress, report);
-    } catch (const Interruption&) {
+        // Takes too little time for a text of its own. Complete when its job has run and is gone.
+        std::shared_ptr<IProgress> reporting = work.Root().CreateChild(shareOfReport, L"");
+        Compare(findings, work, [&report, part = std::move(reporting)] { report(); });
+    } catch (const Cancelled&) {
         // The stages have ended on the way here: no job is left that could add anything.
         findings.interrupted = true;
         JoinNames(findings.candidates);
         findings.notCompared = CountNotCompared(findings.candidates);
         report();
     }
+    work.Root().Finish();
 }
 
 } // namespace find_duplicates

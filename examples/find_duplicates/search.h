@@ -2,9 +2,9 @@
 #pragma once
 
 #include "candidate.h"
-#include "progress.h"
 #include "tally.h"
 #include "tree.h"
+#include "work.h"
 
 #include <kq/concurrency/job.h>
 
@@ -28,9 +28,10 @@ struct Findings {
 
 /// Searches the folder (see `ResolveFolder`) for files of at least `minSize` bytes with equal
 /// content, and runs `report` when `findings` are complete: in a job that depends on those that
-/// read, or, after Ctrl-C, on the calling thread with what was found until then. Throws
-/// `std::bad_alloc`, what `report` throws, and "Thread could not be created!".
-void Search(const std::wstring& folder, std::uint64_t minSize, Progress& progress,
-            Findings& findings, const kq::concurrency::Job& report);
+/// read, or, when `work` is cancelled, on the calling thread with what was found until then. Throws
+/// `std::bad_alloc`, what `report` and the observers of the work throw, and "Thread could not be
+/// created!".
+void Search(const std::wstring& folder, std::uint64_t minSize, Work& work, Findings& findings,
+            const kq::concurrency::Job& report);
 
 } // namespace find_duplicates

@@ -1,5 +1,8 @@
 #include "stage.h"
 
+#include "effort.h"
+
+#include <memory>
 #include <utility>
 
 namespace find_duplicates {
@@ -23,13 +26,26 @@ std::size_t EndOfBatch(const std::vector<Candidate*>& files, std::size_t begin) 
 
 } // namespace
 
-Stage::Stage(std::vector<Candidate*> files, Examine examine, Tally& tally, const Job& afterwards)
-    : files_(std::move(files)), examine_(std::move(examine)), tally_(tally) {
+Stage::Stage(std::vector<Candidate*> files, Examine examine, const BytesOf& bytesOf, Work& work,
+             kq::progress::IProgress& progress, Tally& tally, const Job& afterwards)
+    : files_(std::move(files)), examine_(std::move(examine)), work_(work), tally_(tally) {
+    std::vector<Batch> batches;
+    double effort = 0;
     for (std::size_t begin = 0; begin < files_.size();) {
-        const std::size_t end = EndOfBatch(files_, begin);
+        Batch batch{begin, EndOfBatch(files_, begin), 0};
+        for (std::size_t file = begin; file < batch.end; ++file)
+            batch.effort += Effort(1, bytesOf(*files_[file]));
+        effort += batch.effort;
+        begin = batch.end;
+        batches.push_back(batch);
+    }
+    for (const Batch& batch : batches) {
+        // Shares may be used on different threads at once. This one ends with its job, and is
+        // complete then, whatever the job could do.
+        const std::shared_ptr<kq::progress::IProgress> part =
+            progress.CreateChild(batch.effort / effort, L"");
         // Reading waits for the disk more than it computes, so more of these jobs may run at once.
-        jobs_.Queue([this, begin, end] { ExamineBatch(begin, end); }, isBlocking);
-        begin = end;
+        jobs_.Queue([this, batch, part] { ExamineBatch(batch, *part); }, isBlocking);
     }
     jobs_.Queue(afterwards, dependsOn(jobs_.Tickets()));
 }
@@ -44,14 +60,20 @@ void Stage::Wait(const std::function<void()>& meanwhile) const {
         job.Wait();
 }
 
-void Stage::ExamineBatch(std::size_t begin, std::size_t end) const {
-    for (std::size_t file = begin; file < end; ++file) {
+void Stage::ExamineBatch(const Batch& batch, kq::progress::IProgress& part) const {
+    const auto goOn = [this] {
         jobs_.ThrowIfStopped();
-        examine_(*files_[file], [this](std::size_t length) {
+        work_.Pass();
+    };
+    for (std::size_t file = batch.begin; file < batch.end; ++file) {
+        goOn();
+        examine_(*files_[file], [&](std::size_t length) {
             tally_.bytes += length;
-            jobs_.ThrowIfStopped();
+            part.Add(Effort(0, length) / batch.effort);
+            goOn();
         });
         ++tally_.files;
+        part.Add(Effort(1, 0) / batch.effort);
     }
 }
 

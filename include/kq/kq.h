@@ -17,7 +17,13 @@
 #include <kq/expected.h>
 #include <kq/export.h>
 #include <kq/library.h>
+#include <kq/progress/progress.h>
+#include <kq/progress/progress_signaler.h>
 #include <kq/shared_ref.h>
+#include <kq/signal/behavior_signaler.h>
+#include <kq/signal/short_lock.h>
+#include <kq/signal/signaler.h>
+#include <kq/signal/sink_list.h>
 #include <kq/singleton.h>
 #include <kq/thread/memory_reserver.h>
 #include <kq/thread/precise_sleeper.h>

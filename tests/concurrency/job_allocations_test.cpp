@@ -1,37 +1,16 @@
 // What a job takes from the heap, counted: the hot path must not grow unnoticed.
 #include <kq/concurrency/job_queue.h>
 
+#include "support/allocations.h"
+
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstddef>
-#include <cstdlib>
 #include <functional>
 #include <future>
 #include <memory>
-#include <new>
 #include <utility>
 #include <vector>
-
-namespace {
-
-std::atomic<std::size_t> allocations{0};
-
-void* Allocate(std::size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* const memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-} // namespace
-
-void* operator new(std::size_t size) { return Allocate(size); }
-void* operator new[](std::size_t size) { return Allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
 
 namespace {
 
@@ -54,12 +33,12 @@ protected:
             released.wait();
         });
         begun.get_future().wait();
-        const std::size_t before = allocations;
+        const std::size_t before = kq_test::Allocations();
         queueAll();
         go.set_value();
         for (const CJobTicket& ticket : tickets_)
             ticket.Wait();
-        const std::size_t result = allocations - before;
+        const std::size_t result = kq_test::Allocations() - before;
         gate.Wait();
         tickets_.clear();
         return result;

@@ -15,7 +15,7 @@ refused() {
 run find_duplicates --help
 expect_code 0
 [ ! -s err ] || fail "--help writes to the error output: $(cat err)"
-for word in FOLDER --min-size --tsv --quiet --help 'Exit codes:'; do
+for word in FOLDER --min-size --tsv --quiet --pause --help 'Exit codes:'; do
     grep -qF -- "$word" out || fail "--help does not mention $word"
 done
 [ "$(awk 'length > 90' out)" = '' ] || fail "--help has long lines"

@@ -1,0 +1,70 @@
+#include "progress/rows.h"
+#include "stopwatch.h"
+#include "table.h"
+
+#include <kq/signal/signaler.h>
+
+#include <boost/signals2/signal.hpp>
+
+#include <cstddef>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+namespace {
+
+constexpr std::size_t connectionsPerRound = 100'000;
+
+template <class Connect>
+void EnterConnections(Row& row, const char* name, Connect connect) {
+    row.Enter(name, [connect] {
+        const Stopwatch watch;
+        for (std::size_t i = 0; i != connectionsPerRound; ++i)
+            connect();
+        return watch.NanosecondsPer(connectionsPerRound);
+    });
+}
+
+void Ignore(int /*value*/) {}
+
+struct Contestants {
+    explicit Contestants(std::size_t sinks) {
+        for (std::size_t i = 0; i != sinks; ++i) {
+            tokens.push_back(signaler.Connect(Ignore));
+            connections.emplace_back(signal.connect(Ignore));
+        }
+    }
+
+    kq::signal::CSignaler<int> signaler;
+    boost::signals2::signal<void(int)> signal;
+    std::vector<kq::signal::Connection> tokens;
+    std::vector<boost::signals2::scoped_connection> connections;
+};
+
+} // namespace
+
+void Connections() {
+    constexpr std::size_t counts[] = {0, 100};
+    std::deque<Row> rows;
+    std::deque<Contestants> contestants;
+    std::vector<Row*> all;
+    for (const std::size_t others : counts) {
+        Contestants& of = contestants.emplace_back(others);
+        Row& row = rows.emplace_back(
+            "Connecting and disconnecting, beside " + std::to_string(others) + " sinks",
+            "ns/connection");
+        EnterConnections(row, "kq CSignaler",
+                         [&of] { const auto token = of.signaler.Connect(Ignore); });
+        EnterConnections(row, "boost::signals2::signal", [&of] {
+            const boost::signals2::scoped_connection connection(of.signal.connect(Ignore));
+        });
+        all.push_back(&row);
+    }
+    Measure(all, 9);
+    for (const Row& row : rows)
+        row.Print();
+}
+
+} // namespace bench

@@ -1,0 +1,81 @@
+#include "progress/rows.h"
+#include "require.h"
+#include "stopwatch.h"
+#include "table.h"
+
+#include <kq/signal/behavior_signaler.h>
+#include <kq/signal/signaler.h>
+
+#include <boost/signals2/signal.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+namespace {
+
+constexpr std::size_t emissionsPerRound = 1'000'000;
+
+/// Measures emissions to as many sinks as `connect` has connected, each of which adds what it gets.
+template <class Emit>
+void EnterEmissions(Row& row, const char* name, std::size_t sinks, const std::uint64_t& sum,
+                    Emit emit) {
+    const std::uint64_t before = sum;
+    emit();
+    Require(sum - before == sinks, name);
+    row.Enter(name, [emit] {
+        const Stopwatch watch;
+        for (std::size_t i = 0; i != emissionsPerRound; ++i)
+            emit();
+        return watch.NanosecondsPer(emissionsPerRound);
+    });
+}
+
+struct Contestants {
+    explicit Contestants(std::size_t sinks) {
+        const auto add = [this](int value) { sum += static_cast<std::uint64_t>(value); };
+        for (std::size_t i = 0; i != sinks; ++i) {
+            tokens.push_back(signaler.Connect(add));
+            tokens.push_back(behavior.Connect(add));
+            connections.emplace_back(signal.connect(add));
+        }
+    }
+
+    std::uint64_t sum = 0;
+    kq::signal::CSignaler<int> signaler;
+    kq::signal::CBehaviorSignaler<int> behavior{0};
+    boost::signals2::signal<void(int)> signal;
+    std::vector<kq::signal::Connection> tokens;
+    std::vector<boost::signals2::scoped_connection> connections;
+};
+
+} // namespace
+
+void Emissions() {
+    constexpr std::size_t counts[] = {0, 1, 8};
+    std::deque<Row> rows;
+    std::deque<Contestants> contestants;
+    std::vector<Row*> all;
+    for (const std::size_t sinks : counts) {
+        Contestants& of = contestants.emplace_back(sinks);
+        Row& row = rows.emplace_back(
+            "One emission to " + std::to_string(sinks) + (sinks == 1 ? " sink" : " sinks"),
+            "ns/emission");
+        EnterEmissions(row, "kq CSignaler", sinks, of.sum, [&of] { of.signaler.Emit(1); });
+        EnterEmissions(row, "kq CBehaviorSignaler", sinks, of.sum, [&of] { of.behavior.Emit(1); });
+        EnterEmissions(row, "boost::signals2::signal", sinks, of.sum, [&of] { of.signal(1); });
+        all.push_back(&row);
+    }
+    Measure(all, 9);
+    for (const Row& row : rows)
+        row.Print();
+    PrintFigure("boost::signals2 to kq, one sink",
+                Ratio(rows[1].CostOf(2), rows[1].CostOf(0)).Median(), "at least 5");
+}
+
+} // namespace bench

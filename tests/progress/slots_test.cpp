@@ -1,0 +1,122 @@
+// The order of the virtual functions, by which binaries find them.
+#include <kq/progress/progress.h>
+#include <kq/progress/progress_signaler.h>
+
+#include "support/progress_watch.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+using kq::progress::IProgress;
+using kq::progress::IProgressRoot;
+using kq::progress::IProgressSignaler;
+
+// With the other compilers a pointer to a virtual function does not tell its slot.
+#ifndef _MSC_VER
+
+namespace {
+
+/// The slot of a virtual function, read off its member pointer. A virtual destructor takes two
+/// slots (one that also frees the memory, and one that does not).
+template <class Function>
+std::size_t SlotOf(Function function) {
+    std::uintptr_t word = 0;
+    std::memcpy(&word, &function, sizeof(word));
+    EXPECT_EQ(word % sizeof(void*), 1u) << "not a virtual function";
+    return word / sizeof(void*);
+}
+
+template <class Object>
+void* FunctionInSlot(const Object& object, std::size_t slot) {
+    void* const* table = nullptr;
+    std::memcpy(&table, static_cast<const void*>(&object), sizeof(table));
+    return table[slot];
+}
+
+TEST(ProgressSlots, AreInOrder) {
+    EXPECT_EQ(SlotOf(&IProgress::GetRemaining), 0u);
+    EXPECT_EQ(SlotOf(&IProgress::CreateChild), 1u);
+    EXPECT_EQ(SlotOf(&IProgress::Finish), 2u);
+    EXPECT_EQ(SlotOf(&IProgress::Fail), 3u);
+    EXPECT_EQ(SlotOf(&IProgress::Add), 4u);
+    EXPECT_EQ(SlotOf(&IProgress::Attach), 5u);
+    EXPECT_EQ(SlotOf(&IProgress::Raise), 6u);
+    EXPECT_EQ(SlotOf(&IProgress::GetDone), 7u);
+    EXPECT_EQ(SlotOf(&IProgress::Set), 8u);
+    EXPECT_EQ(SlotOf(&IProgress::Indeterminate), 9u);
+    EXPECT_EQ(SlotOf(&IProgress::IsCancelling), 10u);
+    EXPECT_EQ(SlotOf(&IProgress::ConnectRequests), 11u);
+}
+
+TEST(ProgressSlots, ThoseOfARootFollowTheDestructor) {
+    constexpr std::size_t destructors = 2;
+    EXPECT_EQ(SlotOf(&IProgressRoot::SetName), 12 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressRoot::SetText), 13 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressRoot::SetNote1), 14 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressRoot::SetNote2), 15 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressRoot::SetNote3), 16 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressRoot::SetNote4), 17 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressRoot::SetCancelable), 18 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressRoot::SetSuspendable), 19 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressRoot::SetUserValue), 20 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressRoot::SetMeasure), 21 + destructors);
+}
+
+TEST(ProgressSlots, OfASignalerFollowItsDestructor) {
+    constexpr std::size_t destructors = 2;
+    EXPECT_EQ(SlotOf(&IProgressSignaler::GetState), 0 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressSignaler::CanCancel), 1 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressSignaler::Cancel), 2 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressSignaler::CanSuspend), 3 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressSignaler::SuspendNow), 4 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressSignaler::ResumeNow), 5 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressSignaler::Suspend), 6 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressSignaler::GetUserValue), 7 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressSignaler::GetUserText), 8 + destructors);
+    EXPECT_EQ(SlotOf(&IProgressSignaler::Connect), 9 + destructors);
+}
+
+using Destructor = void (*)(const void*);
+
+TEST(ProgressSlots, TheDestructorOfAProgressObjectStandsAfterItsLastFunction) {
+    const auto root = kq_test::MakeRoot();
+    const kq_test::Watch watch(*root);
+    const IProgress* const share = root->CreateChild(0.5, L"").release();
+    constexpr std::size_t freeing = 13;
+    reinterpret_cast<Destructor>(FunctionInSlot(*share, freeing))(share);
+    EXPECT_EQ(watch.Now().progress, 0.5) << "a share completes itself in its destructor";
+}
+
+TEST(ProgressSlots, TheDestructorOfASignalerStandsFirst) {
+    struct Ended final : IProgressSignaler {
+        explicit Ended(bool& flag) : flag_(flag) {}
+        ~Ended() override { flag_ = true; }
+        kq::progress::ProgressState GetState() const override { return {}; }
+        bool CanCancel() const override { return false; }
+        void Cancel() override {}
+        bool CanSuspend() const override { return false; }
+        void SuspendNow() override {}
+        void ResumeNow() override {}
+        std::shared_ptr<void> Suspend() override { return {}; }
+        unsigned int GetUserValue() const override { return 0; }
+        std::shared_ptr<void> Connect(std::function<void(kq::progress::ProgressState const&)>,
+                                      std::function<void(std::exception_ptr)>,
+                                      std::function<void()>) override {
+            return {};
+        }
+        bool& flag_;
+    };
+    bool hasEnded = false;
+    const IProgressSignaler* const signaler = new Ended(hasEnded);
+    EXPECT_FALSE(signaler->GetUserText().has_value()) << "the default of the interface";
+    constexpr std::size_t freeing = 1;
+    reinterpret_cast<Destructor>(FunctionInSlot(*signaler, freeing))(signaler);
+    EXPECT_TRUE(hasEnded);
+}
+
+} // namespace
+
+#endif
