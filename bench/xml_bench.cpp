@@ -2,23 +2,19 @@
 // library and through the raw COM interfaces, in turns.
 //
 // Times are for reading, not for passing or failing: the program fails only when a result is wrong.
-#include <kq/com/com_usage.h>
-
+#include "sections.h"
 #include "xml/rows.h"
 
-#include <cstdio>
-#include <exception>
+namespace {
 
-int main() {
-    try {
-        const kq::com::ComUsage com;
-        std::printf("kq XML documents: medians and quartiles of interleaved rounds\n");
-        bench::Documents("1 MB", 1'000'000);
-        bench::Documents("10 MB", 10'000'000);
-    } catch (const std::exception& error) {
-        std::fflush(stdout);
-        std::fprintf(stderr, "xml_bench: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+constexpr bench::Section sections[] = {
+    {"1MB", [] { bench::Documents("1 MB", 1'000'000); }},
+    {"10MB", [] { bench::Documents("10 MB", 10'000'000); }},
+};
+
+} // namespace
+
+/// xml_bench [section...]: measures the named sections, or all of them.
+int main(int argc, char** argv) {
+    return bench::RunSections("xml_bench", "kq XML documents", sections, {argv + 1, argv + argc});
 }

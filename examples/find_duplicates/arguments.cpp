@@ -63,6 +63,10 @@ Arguments ParseArguments(const std::vector<std::wstring>& arguments) {
             result.quiet = true;
         } else if (argument == L"--pause") {
             result.pause = true;
+        } else if (argument == L"--report" || argument == L"--compare") {
+            if (++at == arguments.end() || at->empty())
+                throw BadArgument(argument + L" needs the name of a file");
+            (argument == L"--report" ? result.report : result.compare) = *at;
         } else if (argument == L"--min-size") {
             if (++at == arguments.end())
                 throw BadArgument(L"--min-size needs a number of bytes");
@@ -93,6 +97,8 @@ const wchar_t* HelpText() {
            L"  --quiet          no progress and no summary\n"
            L"  --pause          while the search goes on, P suspends it and R resumes it; the\n"
            L"                   keys come from the terminal, or from a pipe as letters\n"
+           L"  --report FILE    write the result to FILE, as an XML document\n"
+           L"  --compare FILE   print what has changed since FILE was written with --report\n"
            L"  --help           this text\n"
            L"\n"
            L"Links and junctions are not followed, and files whose content is not on this\n"
@@ -103,7 +109,8 @@ const wchar_t* HelpText() {
            L"Exit codes:\n"
            L"  0  everything was examined, whether there are duplicates or not\n"
            L"  1  some files or folders could not be read, or changed while they were read\n"
-           L"  2  bad arguments, or the search could not be done\n"
+           L"  2  bad arguments, or the search could not be done, or a report not be read or\n"
+           L"     written\n"
            L"  3  ended by Ctrl-C\n";
 }
 

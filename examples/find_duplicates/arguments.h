@@ -14,6 +14,8 @@ struct Arguments {
     bool tabbed = false;       ///< groups as tab-separated lines
     bool quiet = false;        ///< neither progress nor summary
     bool pause = false;        ///< keys suspend and resume the search
+    std::wstring report;       ///< the file for the result, or empty
+    std::wstring compare;      ///< the file with an earlier result, or empty
     bool help = false;
 };
 

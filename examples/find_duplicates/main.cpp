@@ -1,5 +1,6 @@
 // find_duplicates: finds files with the same content below a folder. See HelpText().
 #include "arguments.h"
+#include "comparison.h"
 #include "console.h"
 #include "console_line.h"
 #include "exit_code.h"
@@ -7,6 +8,7 @@
 #include "path.h"
 #include "pause_keys.h"
 #include "report.h"
+#include "saved_report.h"
 #include "search.h"
 #include "work.h"
 
@@ -29,6 +31,10 @@ int Fail(const std::wstring& message) {
 int FindDuplicates(const Arguments& arguments, const std::wstring& folder) {
     const Console output = Console::Output();
     const Console error = Console::Error();
+    // Before the search, which may take long, and before a new report takes its place.
+    std::optional<SavedReport> before;
+    if (!arguments.compare.empty())
+        before = ReadReport(arguments.compare);
 
     Work work;
     std::optional<ConsoleLine> line;
@@ -52,6 +58,13 @@ int FindDuplicates(const Arguments& arguments, const std::wstring& folder) {
     error.Write(DescribeProblems(findings));
     if (!arguments.quiet)
         (arguments.tabbed ? error : output).Write(DescribeSummary(findings, groups));
+    if (before || !arguments.report.empty()) {
+        const SavedReport now = MakeReport(folder, findings, groups);
+        if (before)
+            (arguments.tabbed ? error : output).Write(DescribeChanges(*before, now));
+        if (!arguments.report.empty())
+            WriteReport(now, arguments.report);
+    }
     if (findings.interrupted)
         return exitInterrupted;
     return IsComplete(findings) ? exitComplete : exitIncomplete;
@@ -83,6 +96,8 @@ int wmain(int count, wchar_t** arguments) {
     const kq::Session session;
     try {
         return find_duplicates::Run({arguments + 1, arguments + count});
+    } catch (const find_duplicates::BadReport& problem) {
+        return find_duplicates::Fail(problem.Message());
     } catch (const std::exception& problem) {
         const std::string text = problem.what();
         return find_duplicates::Fail(std::wstring(text.begin(), text.end()));

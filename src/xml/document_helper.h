@@ -48,8 +48,8 @@ public:
 
     shared_ref<DomElement, boost::shared_ptr> CreateElement(
         const std::wstring& name, const std::wstring& namespaceURI) final {
-        return dynamic_reference_cast<DomElement>(CreateNode(
-            NODE_ELEMENT, ToPlatform(name), namespaceURI, "Failed to create DOM element!"));
+        return WrapElement(CreateNode(NODE_ELEMENT, ToPlatform(name), namespaceURI,
+                                      "Failed to create DOM element!"));
     }
     shared_ref<DomElement, boost::shared_ptr> CreateElement(const std::wstring& name) final {
         return CreateElement(name, this->GetNamespaceURI());
@@ -57,7 +57,7 @@ public:
 
     shared_ref<DomTextNode, boost::shared_ptr> CreateTextNode(
         const std::wstring& namespaceURI) final {
-        return dynamic_reference_cast<DomTextNode>(
+        return WrapText(
             CreateNode(NODE_TEXT, nullptr, namespaceURI, "Failed to create DOM text node!"));
     }
     shared_ref<DomTextNode, boost::shared_ptr> CreateTextNode() final {
@@ -79,14 +79,16 @@ private:
         return this->Platform()->save(destination);
     }
 
-    shared_ref<DomNode, boost::shared_ptr> CreateNode(int type, const BSTR name,
-                                                      const std::wstring& namespaceURI,
-                                                      const char* failure) {
+    /// Never returns null.
+    NodePointer CreateNode(int type, const BSTR name, const std::wstring& namespaceURI,
+                           const char* failure) {
         NodePointer node;
         Require(
             this->Platform()->createNode(_variant_t(type), name, ToPlatform(namespaceURI), &node),
             failure);
-        return Wrap(std::move(node));
+        if (!node)
+            _com_issue_error(E_POINTER);
+        return node;
     }
 };
 

@@ -14,7 +14,7 @@ namespace kq::xml {
 
 /// The 16 operations of `DomNode` for the interface `Interface`.
 template <class Interface>
-class DomNodeHelper : public Interface, public PlatformNodeHolder {
+class DomNodeHelper : public Interface {
 public:
     /// What the platform's node of this interface is held by.
     using PlatformPointer =
@@ -24,7 +24,8 @@ public:
     /// Takes the reference over: the platform's pointers count even when they are moved.
     explicit DomNodeHelper(PlatformPointer&& node) noexcept : node_(node.Detach(), false) {}
 
-    IXMLDOMNode* PlatformNode() const noexcept final { return node_.GetInterfacePtr(); }
+    /// Owned by this object; null when the platform gave none.
+    IXMLDOMNode* PlatformNode() const noexcept { return node_.GetInterfacePtr(); }
 
     shared_ref<const DomDocument, boost::shared_ptr> GetOwnerDocument() const final {
         return OwnerDocument();
@@ -32,9 +33,9 @@ public:
     shared_ref<DomDocument, boost::shared_ptr> GetOwnerDocument() final { return OwnerDocument(); }
 
     std::wstring GetName() const final {
-        _bstr_t name;
+        PlatformText name;
         _com_util::CheckError(node_->get_nodeName(name.GetAddress()));
-        return FromPlatform(name);
+        return name.Get();
     }
 
     std::wstring GetNamespaceURI() const final {
@@ -146,9 +147,9 @@ private:
     }
 
     static std::wstring NamespaceOf(IXMLDOMNode& node) {
-        _bstr_t uri;
+        PlatformText uri;
         Require(node.get_namespaceURI(uri.GetAddress()), namespaceFailure);
-        return FromPlatform(uri);
+        return uri.Get();
     }
 
     /// Returns whether the node can have a value.

@@ -12,15 +12,15 @@ namespace kq::xml {
 void ThrowParseError(const DocumentPointer& document, const char* failure) {
     ParseErrorPointer error;
     _com_util::CheckError(document->get_parseError(&error));
-    _bstr_t reason;
+    PlatformText reason;
     _com_util::CheckError(error->get_reason(reason.GetAddress()));
     long line = 0;
     _com_util::CheckError(error->get_line(&line));
     long column = 0;
     _com_util::CheckError(error->get_linepos(&column));
-    throw std::runtime_error(
-        failure + (": " + converter::StringCast<std::string>(FromPlatform(reason))) + " in line " +
-        std::to_string(line) + " at character " + std::to_string(column));
+    throw std::runtime_error(failure + (": " + converter::StringCast<std::string>(reason.Get())) +
+                             " in line " + std::to_string(line) + " at character " +
+                             std::to_string(column));
 }
 
 } // namespace kq::xml

@@ -41,4 +41,19 @@ inline std::wstring FromPlatform(const wchar_t* text) {
     return text == nullptr ? std::wstring() : std::wstring(text);
 }
 
+/// A text that the platform gives. Unlike `_bstr_t` it takes nothing from the heap itself.
+class PlatformText {
+public:
+    PlatformText() noexcept {
+        V_BSTR(&text_) = nullptr;
+        V_VT(&text_) = VT_BSTR;
+    }
+    /// Where the platform puts the text, once.
+    BSTR* GetAddress() noexcept { return &V_BSTR(&text_); }
+    std::wstring Get() const { return FromPlatform(V_BSTR(&text_)); }
+
+private:
+    _variant_t text_;
+};
+
 } // namespace kq::xml

@@ -15,7 +15,7 @@ refused() {
 run find_duplicates --help
 expect_code 0
 [ ! -s err ] || fail "--help writes to the error output: $(cat err)"
-for word in FOLDER --min-size --tsv --quiet --pause --help 'Exit codes:'; do
+for word in FOLDER --min-size --tsv --quiet --pause --report --compare --help 'Exit codes:'; do
     grep -qF -- "$word" out || fail "--help does not mention $word"
 done
 [ "$(awk 'length > 90' out)" = '' ] || fail "--help has long lines"
@@ -31,6 +31,10 @@ refused "unknown option '--frobnicate'" --frobnicate "$tree"
 refused "more than one folder: 'b'" "$tree" b
 refused "the folder's name is empty" ''
 refused "--min-size needs a number of bytes" "$tree" --min-size
+for option in --report --compare; do
+    refused "$option needs the name of a file" "$tree" "$option"
+    refused "$option needs the name of a file" "$tree" "$option" ''
+done
 for size in '' x -1 1.5 10X 10KB 18446744073709551616 17179869184G; do
     refused "not a size: '$size'" "$tree" --min-size "$size"
 done
