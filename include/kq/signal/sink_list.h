@@ -60,7 +60,7 @@ public:
     /// How the signaler had ended when a sink was linked.
     struct End {
         std::exception_ptr failure;
-        bool completed;
+        bool completed = false;
     };
 
     /// A new sink that is not linked yet, and the connection that owns it.
