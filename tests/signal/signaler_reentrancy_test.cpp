@@ -66,6 +66,19 @@ TEST(SignalerReentrancy, ASinkThatReleasesItselfFinishesItsCallAndIsDestroyedThe
     EXPECT_EQ(events, "called gone next next");
 }
 
+TEST(SignalerReentrancy, ASinkThatHasReleasedItselfIsNotCalledByWhatItEmits) {
+    CSignaler<int> signaler;
+    Connection connection;
+    int calls = 0;
+    connection = signaler.Connect([&](int) {
+        ++calls;
+        connection.reset();
+        signaler.Emit(0);
+    });
+    signaler.Emit(0);
+    EXPECT_EQ(calls, 1);
+}
+
 TEST(SignalerReentrancy, ASinkMayReleaseThoseBeforeIt) {
     CSignaler<int> signaler;
     std::string calls;

@@ -37,6 +37,7 @@ public:
         Mark mark_;
     };
 
+    // NOLINTNEXTLINE(modernize-pass-by-value): the parameter is given
     explicit CBehaviorSignaler(T const& initial) : last_(initial) {}
     CBehaviorSignaler(const CBehaviorSignaler&) = delete;
     CBehaviorSignaler& operator=(const CBehaviorSignaler&) = delete;
@@ -90,8 +91,9 @@ private:
         for (int replays = 0; sink.callables.onValue; ++replays) {
             const std::uint64_t stores = stores_;
             const bool isLinked = replays == patience;
-            const typename List::End end =
-                isLinked ? List::Link(signaler_.sinks_, sink) : typename List::End();
+            typename List::End end;
+            if (isLinked)
+                end = List::Link(signaler_.sinks_, sink);
             {
                 const T value = last_;
                 lock.unlock();
