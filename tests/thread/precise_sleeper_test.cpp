@@ -74,6 +74,7 @@ HANDLE WINAPI MakeEvent(LPSECURITY_ATTRIBUTES security, BOOL isManual, BOOL isSe
 
 // The linker takes these for the imports, because they are defined before it looks into the import
 // libraries.
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker names them so
 extern "C" {
 extern decltype(&BeginPeriod) __imp_timeBeginPeriod;
 extern decltype(&EndPeriod) __imp_timeEndPeriod;
@@ -84,6 +85,7 @@ decltype(&EndPeriod) __imp_timeEndPeriod = EndPeriod;
 decltype(&SetEventLater) __imp_timeSetEvent = SetEventLater;
 decltype(&MakeEvent) __imp_CreateEventW = MakeEvent;
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 
