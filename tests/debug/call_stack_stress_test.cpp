@@ -1,6 +1,7 @@
 #include <kq/debug/symbol_handler.h>
 
 #include "support/caller_library.h"
+#include "support/captured_stacks.h"
 #include "support/seed.h"
 #include "support/stack_entries.h"
 
@@ -16,35 +17,15 @@
 using kq::debug::symbolHandler;
 using kq::debug::SymbolHandler;
 using kq_test::CallerLibrary;
+using kq_test::CaptureIn;
 using kq_test::CountFrames;
 using kq_test::FindFrame;
 using kq_test::IsFrameOf;
+using kq_test::Ping;
 using kq_test::Random;
 using kq_test::Stack;
 
 namespace {
-
-volatile int sink = 0;
-
-[[gnu::noinline]] Stack Capture() {
-    Stack stack = symbolHandler->GetCallStack();
-    sink = sink + 1;
-    return stack;
-}
-
-[[gnu::noinline]] Stack Pong(std::size_t depth);
-
-[[gnu::noinline]] Stack Ping(std::size_t depth) {
-    Stack stack = depth <= 1 ? Capture() : Pong(depth - 1);
-    sink = sink + 1;
-    return stack;
-}
-
-[[gnu::noinline]] Stack Pong(std::size_t depth) {
-    Stack stack = depth <= 1 ? Capture() : Ping(depth - 1);
-    sink = sink + 2;
-    return stack;
-}
 
 bool IsOf(const Stack& stack, std::size_t depth) {
     return IsFrameOf(stack[0], "GetCallStack") && IsFrameOf(stack[1], "Capture") &&
@@ -69,8 +50,7 @@ bool TakesRightStacks(Random& random) {
 bool ShowsItsOwnNames(bool isFirst) {
     const CallerLibrary library(isFirst ? L"kq_test_first_caller.dll"
                                         : L"kq_test_second_caller.dll");
-    Stack stack;
-    library.Call([&] { stack = Capture(); });
+    const Stack stack = CaptureIn(library);
     return (FindFrame(stack, "FirstCaller") != nullptr) == isFirst &&
            (FindFrame(stack, "SecondCaller") != nullptr) != isFirst;
 }

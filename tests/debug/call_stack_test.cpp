@@ -5,6 +5,7 @@
 #include <kq/concurrency/ui_job_queue.h>
 #include <kq/debug/symbol_handler.h>
 
+#include "support/captured_stacks.h"
 #include "support/hand_shake.h"
 #include "support/stack_entries.h"
 
@@ -17,37 +18,16 @@
 
 using kq::debug::CallStackEntry;
 using kq::debug::symbolHandler;
+using kq_test::Capture;
 using kq_test::CountFrames;
 using kq_test::FileNameOf;
 using kq_test::FindFrame;
 using kq_test::IsFrameOf;
+using kq_test::Ping;
+using kq_test::sink;
 using kq_test::Stack;
 
 namespace {
-
-// Whatever is done after a call keeps it from becoming a jump.
-volatile int sink = 0;
-
-[[gnu::noinline]] Stack Capture() {
-    Stack stack = symbolHandler->GetCallStack();
-    sink = sink + 1;
-    return stack;
-}
-
-[[gnu::noinline]] Stack Pong(std::size_t depth);
-
-// `depth` frames, of two functions in turn.
-[[gnu::noinline]] Stack Ping(std::size_t depth) {
-    Stack stack = depth <= 1 ? Capture() : Pong(depth - 1);
-    sink = sink + 1;
-    return stack;
-}
-
-[[gnu::noinline]] Stack Pong(std::size_t depth) {
-    Stack stack = depth <= 1 ? Capture() : Ping(depth - 1);
-    sink = sink + 2;
-    return stack;
-}
 
 /// Where the innermost frame of CallsItself lies.
 const volatile void* innermost = nullptr;
@@ -98,7 +78,9 @@ TEST(CallStack, NamesFunctionModuleFileAndLineOfTheLibraryAndTheProgram) {
     EXPECT_EQ(FileNameOf(stack[0].moduleName), L"kq.dll");
     EXPECT_EQ(FileNameOf(stack[0].fileName), "symbol_handler.cpp");
     EXPECT_EQ(FileNameOf(stack[1].moduleName), L"debug_call_stack_test.exe");
-    EXPECT_EQ(FileNameOf(stack[1].fileName), "call_stack_test.cpp");
+    EXPECT_EQ(FileNameOf(stack[1].fileName), "captured_stacks.h");
+    EXPECT_EQ(FileNameOf(stack[2].moduleName), L"debug_call_stack_test.exe");
+    EXPECT_EQ(FileNameOf(stack[2].fileName), "call_stack_test.cpp");
 }
 
 TEST(CallStack, SaysTheLine) {

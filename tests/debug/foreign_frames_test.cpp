@@ -3,6 +3,7 @@
 #include <kq/debug/symbol_handler.h>
 
 #include "support/caller_library.h"
+#include "support/captured_stacks.h"
 #include "support/stack_entries.h"
 
 #include <gtest/gtest.h>
@@ -16,17 +17,12 @@
 using kq::debug::CallStackEntry;
 using kq::debug::symbolHandler;
 using kq_test::CallerLibrary;
+using kq_test::CaptureIn;
 using kq_test::FileNameOf;
 using kq_test::FindFrame;
 using kq_test::Stack;
 
 namespace {
-
-Stack CaptureIn(const CallerLibrary& library) {
-    Stack stack;
-    library.Call([&] { stack = symbolHandler->GetCallStack(); });
-    return stack;
-}
 
 bool HasFrameIn(const Stack& stack, const std::wstring& module) {
     return std::any_of(stack.begin(), stack.end(), [&](const CallStackEntry& entry) {

@@ -4,6 +4,7 @@
 #include <kq/win32/module.h>
 
 #include "support/caller_library.h"
+#include "support/captured_stacks.h"
 #include "support/stack_entries.h"
 #include "support/temporary_folder.h"
 
@@ -17,6 +18,7 @@
 using kq::debug::CallStackEntry;
 using kq::debug::symbolHandler;
 using kq_test::CallerLibrary;
+using kq_test::CaptureIn;
 using kq_test::FileNameOf;
 using kq_test::FindFrame;
 using kq_test::Stack;
@@ -26,12 +28,6 @@ namespace {
 // They ask for the same base.
 constexpr const wchar_t* firstFile = L"kq_test_first_caller.dll";
 constexpr const wchar_t* secondFile = L"kq_test_second_caller.dll";
-
-Stack CaptureIn(const CallerLibrary& library) {
-    Stack stack;
-    library.Call([&] { stack = symbolHandler->GetCallStack(); });
-    return stack;
-}
 
 TEST(ModuleChanges, AModuleLoadedLaterIsResolved) {
     symbolHandler->GetCallStack();

@@ -100,12 +100,11 @@ __declspec(dllexport) void ShutdownLibrary() { kq::Shutdown(); }
 /// the process ends.
 __declspec(dllexport) void DumpForEver() {
     static std::atomic<bool> isDumping{false};
-    static kq_test::DebuggerOutput* const output =
-        new kq_test::DebuggerOutput([](const std::wstring& /*text*/) {
-            isDumping = true;
-            for (;;)
-                std::this_thread::yield();
-        });
+    static auto* const output = new kq_test::DebuggerOutput([](const std::wstring& /*text*/) {
+        isDumping = true;
+        for (;;)
+            std::this_thread::yield();
+    });
     static_cast<void>(output);
     kq::debug::g_trackList.AddReference(&lateDump, &lateDump);
     std::thread([] { kq::debug::g_trackList.DumpAll(); }).detach();
