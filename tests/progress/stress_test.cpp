@@ -190,36 +190,4 @@ TEST(ProgressStress, ATreeOfAttachedRootsEndsConsistently) {
     EXPECT_LT(cancelled, 40);
 }
 
-// What a late observer begins with is never older than what was seen of the state before.
-TEST(ProgressStress, ALateObserverIsNeverBehindTheState) {
-    constexpr int adds = 100'000;
-    const auto root = MakeRoot();
-    const auto signaler = kq::progress::CreateSignaler(*root);
-    std::atomic<std::uint32_t> running{threads - 1};
-    int behind = 0;
-    kq_test::ReturnsInTime("observers that connect while others add", [&] {
-        std::vector<std::thread> adders;
-        for (std::uint32_t thread = 0; thread + 1 != threads; ++thread)
-            adders.emplace_back(
-                [&, share = std::shared_ptr<IProgressRoot>(root->CreateChild(0.25, L""))] {
-                    for (int i = 0; i != adds; ++i)
-                        share->Add(1.0 / adds);
-                    --running;
-                });
-        while (running != 0) {
-            const double before = signaler->GetState().progress;
-            double first = -1.0;
-            const auto connection = signaler->Connect([&](ProgressState const& state) {
-                if (first < 0.0)
-                    first = state.progress;
-            });
-            if (first < before)
-                ++behind;
-        }
-        for (std::thread& adder : adders)
-            adder.join();
-    });
-    EXPECT_EQ(behind, 0);
-}
-
 } // namespace
