@@ -16,7 +16,6 @@
 using kq::progress::CreateSignaler;
 using kq::progress::EProgressStatus;
 using kq::progress::IProgressRoot;
-using kq::progress::IProgressSignaler;
 using kq::progress::ProgressState;
 using kq_test::ForeignSignaler;
 using kq_test::MakeRoot;

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <new>
 
+// NOLINTBEGIN(cppcoreguidelines-no-malloc): what the replaced operators stand on
+// NOLINTBEGIN(misc-definitions-in-headers): they cannot be inline
 namespace kq_test {
 
 inline std::atomic<std::size_t> allocationCount{0};
@@ -31,3 +33,5 @@ void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
 void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+// NOLINTEND(misc-definitions-in-headers)
+// NOLINTEND(cppcoreguidelines-no-malloc)
