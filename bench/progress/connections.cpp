@@ -55,10 +55,13 @@ void Connections() {
         Row& row = rows.emplace_back(
             "Connecting and disconnecting, beside " + std::to_string(others) + " sinks",
             "ns/connection");
-        EnterConnections(row, "kq CSignaler",
-                         [&of] { const auto token = of.signaler.Connect(Ignore); });
+        EnterConnections(row, "kq CSignaler", [&of] {
+            of.tokens.push_back(of.signaler.Connect(Ignore));
+            of.tokens.pop_back();
+        });
         EnterConnections(row, "boost::signals2::signal", [&of] {
-            const boost::signals2::scoped_connection connection(of.signal.connect(Ignore));
+            of.connections.emplace_back(of.signal.connect(Ignore));
+            of.connections.pop_back();
         });
         all.push_back(&row);
     }

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t emissionsPerRound = 1'000'000;
 
-/// Measures emissions to as many sinks as `connect` has connected, each of which adds what it gets.
+/// Measures emissions to so many sinks, each of which adds to `sum` what it gets.
 template <class Emit>
 void EnterEmissions(Row& row, const char* name, std::size_t sinks, const std::uint64_t& sum,
                     Emit emit) {

@@ -7,15 +7,22 @@
 namespace find_duplicates {
 namespace {
 
+/// The character that a record stands for, 0 when it is none.
+wchar_t CharacterOf(const INPUT_RECORD& record) {
+    // NOLINTBEGIN(cppcoreguidelines-pro-type-union-access): the platform's record
+    const bool isKeyDown = record.EventType == KEY_EVENT && record.Event.KeyEvent.bKeyDown != FALSE;
+    return isKeyDown ? record.Event.KeyEvent.uChar.UnicodeChar : L'\0';
+    // NOLINTEND(cppcoreguidelines-pro-type-union-access)
+}
+
 std::wstring ReadTerminal(HANDLE terminal) {
     std::wstring keys;
     INPUT_RECORD record{};
     DWORD count = 0;
-    while (PeekConsoleInputW(terminal, &record, 1, &count) && count > 0 &&
-           ReadConsoleInputW(terminal, &record, 1, &count)) {
-        if (record.EventType == KEY_EVENT && record.Event.KeyEvent.bKeyDown &&
-            record.Event.KeyEvent.uChar.UnicodeChar != 0)
-            keys += record.Event.KeyEvent.uChar.UnicodeChar;
+    while (PeekConsoleInputW(terminal, &record, 1, &count) != FALSE && count > 0 &&
+           ReadConsoleInputW(terminal, &record, 1, &count) != FALSE) {
+        if (const wchar_t character = CharacterOf(record); character != L'\0')
+            keys += character;
     }
     return keys;
 }
@@ -23,10 +30,12 @@ std::wstring ReadTerminal(HANDLE terminal) {
 std::wstring ReadPipe(HANDLE pipe) {
     std::wstring keys;
     DWORD available = 0;
-    while (PeekNamedPipe(pipe, nullptr, 0, nullptr, &available, nullptr) && available > 0) {
+    while (PeekNamedPipe(pipe, nullptr, 0, nullptr, &available, nullptr) != FALSE &&
+           available > 0) {
         char buffer[64];
         DWORD length = 0;
-        if (!ReadFile(pipe, buffer, std::min<DWORD>(available, sizeof buffer), &length, nullptr))
+        if (ReadFile(pipe, buffer, std::min<DWORD>(available, sizeof buffer), &length, nullptr) ==
+            FALSE)
             break;
         keys.append(buffer, buffer + length);
     }

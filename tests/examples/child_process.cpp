@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include <fcntl.h>
+#include <io.h>
+
 #include <cstdio>
 
 namespace {
@@ -45,6 +48,34 @@ void* StartProcess(const std::vector<std::wstring>& command, void* errorOutput,
     EndWithUs(process.hProcess);
     id = process.dwProcessId;
     return process.hProcess;
+}
+
+Pipe MakePipe(void* Pipe::*ours) {
+    Pipe pipe;
+    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+    if (CreatePipe(&pipe.readEnd, &pipe.writeEnd, &inheritable, 0) == FALSE ||
+        SetHandleInformation(pipe.*ours, HANDLE_FLAG_INHERIT, 0) == FALSE)
+        FailHere("cannot make a pipe");
+    return pipe;
+}
+
+void PassOn(void* readEnd, const std::wstring& text, const std::function<void()>& then) {
+    const std::string expected(text.begin(), text.end());
+    _setmode(_fileno(stderr), _O_BINARY); // the lines have their ends already
+    std::string written;
+    bool hasAppeared = false;
+    char buffer[512];
+    DWORD length = 0;
+    while (ReadFile(readEnd, buffer, sizeof buffer, &length, nullptr) != FALSE && length > 0) {
+        std::fwrite(buffer, 1, length, stderr);
+        written.append(buffer, length);
+        if (!hasAppeared && written.find(expected) != std::string::npos) {
+            hasAppeared = true;
+            then();
+        }
+    }
+    if (!hasAppeared)
+        FailHere("the text did not appear");
 }
 
 int EndOfProcess(void* process) {

@@ -1,6 +1,7 @@
 // A program started by another one.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,18 @@
 /// program with a message when that fails.
 void* StartProcess(const std::vector<std::wstring>& command, void* errorOutput,
                    unsigned long creationFlags, unsigned long& id);
+
+struct Pipe {
+    void* readEnd = nullptr;
+    void* writeEnd = nullptr;
+};
+
+/// Makes a pipe; the program that is started gets the one end, and we keep `ours`.
+Pipe MakePipe(void* Pipe::*ours);
+
+/// Writes what comes from the pipe, to its end, to our own error output; calls `then` as soon as
+/// `text` has appeared in it. Ends this program with a message when it never does.
+void PassOn(void* readEnd, const std::wstring& text, const std::function<void()>& then);
 
 /// Waits for the process, closes its handle, and returns its exit code.
 int EndOfProcess(void* process);

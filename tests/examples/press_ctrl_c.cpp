@@ -7,9 +7,6 @@
 
 #include <windows.h>
 
-#include <cstdio>
-#include <string>
-
 namespace {
 
 void PressCtrlC(unsigned long process) {
@@ -28,33 +25,11 @@ void PressCtrlC(unsigned long process) {
 int wmain(int count, wchar_t** arguments) {
     if (count < 3)
         FailHere("a text and a program are needed");
-    const std::wstring wideText = arguments[1];
-    const std::string text(wideText.begin(), wideText.end());
-
-    HANDLE readEnd = nullptr;
-    HANDLE writeEnd = nullptr;
-    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
-    if (!CreatePipe(&readEnd, &writeEnd, &inheritable, 0) ||
-        !SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0))
-        FailHere("cannot make a pipe");
+    const Pipe output = MakePipe(&Pipe::readEnd);
     unsigned long id = 0;
     void* const process =
-        StartProcess({arguments + 2, arguments + count}, writeEnd, CREATE_NO_WINDOW, id);
-    CloseHandle(writeEnd);
-
-    std::string output;
-    bool pressed = false;
-    char buffer[512];
-    DWORD length = 0;
-    while (ReadFile(readEnd, buffer, sizeof buffer, &length, nullptr) && length > 0) {
-        std::fwrite(buffer, 1, length, stderr);
-        output.append(buffer, length);
-        if (!pressed && output.find(text) != std::string::npos) {
-            pressed = true;
-            PressCtrlC(id);
-        }
-    }
-    if (!pressed)
-        FailHere("the text did not appear");
+        StartProcess({arguments + 2, arguments + count}, output.writeEnd, CREATE_NO_WINDOW, id);
+    CloseHandle(output.writeEnd);
+    PassOn(output.readEnd, arguments[1], [id] { PressCtrlC(id); });
     return EndOfProcess(process);
 }

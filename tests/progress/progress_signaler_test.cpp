@@ -1,6 +1,7 @@
 // The observer's handle on a root.
 #include <kq/progress/progress_signaler.h>
 
+#include "support/foreign_signaler.h"
 #include "support/progress_watch.h"
 
 #include <gtest/gtest.h>
@@ -15,31 +16,14 @@
 using kq::progress::CreateSignaler;
 using kq::progress::EProgressStatus;
 using kq::progress::IProgressRoot;
-using kq::progress::IProgressSignaler;
 using kq::progress::ProgressState;
+using kq_test::ForeignSignaler;
 using kq_test::MakeRoot;
 using kq_test::Watch;
 
 namespace {
 
 /// An implementation that is not the library's.
-class ForeignSignaler final : public IProgressSignaler {
-public:
-    ProgressState GetState() const override { return {}; }
-    bool CanCancel() const override { return false; }
-    void Cancel() override {}
-    bool CanSuspend() const override { return false; }
-    void SuspendNow() override {}
-    void ResumeNow() override {}
-    std::shared_ptr<void> Suspend() override { return {}; }
-    unsigned int GetUserValue() const override { return 0; }
-    std::shared_ptr<void> Connect(std::function<void(ProgressState const&)> /*onState*/,
-                                  std::function<void(std::exception_ptr)> /*onFailure*/,
-                                  std::function<void()> /*onCompletion*/) override {
-        return {};
-    }
-};
-
 class ForeignRoot final : public IProgressRoot {
 public:
     double GetRemaining() const override { return 0.0; }

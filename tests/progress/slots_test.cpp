@@ -2,6 +2,7 @@
 #include <kq/progress/progress.h>
 #include <kq/progress/progress_signaler.h>
 
+#include "support/foreign_signaler.h"
 #include "support/progress_watch.h"
 
 #include <gtest/gtest.h>
@@ -91,22 +92,9 @@ TEST(ProgressSlots, TheDestructorOfAProgressObjectStandsAfterItsLastFunction) {
 }
 
 TEST(ProgressSlots, TheDestructorOfASignalerStandsFirst) {
-    struct Ended final : IProgressSignaler {
+    struct Ended final : kq_test::ForeignSignaler {
         explicit Ended(bool& flag) : flag_(flag) {}
         ~Ended() override { flag_ = true; }
-        kq::progress::ProgressState GetState() const override { return {}; }
-        bool CanCancel() const override { return false; }
-        void Cancel() override {}
-        bool CanSuspend() const override { return false; }
-        void SuspendNow() override {}
-        void ResumeNow() override {}
-        std::shared_ptr<void> Suspend() override { return {}; }
-        unsigned int GetUserValue() const override { return 0; }
-        std::shared_ptr<void> Connect(std::function<void(kq::progress::ProgressState const&)>,
-                                      std::function<void(std::exception_ptr)>,
-                                      std::function<void()>) override {
-            return {};
-        }
         bool& flag_;
     };
     bool hasEnded = false;
