@@ -38,12 +38,12 @@ for place in '' main thread pool ui; do
 done
 
 # Only the low byte of an exit code arrives here.
+crashes 5 0xc0000005 ReadForbiddenMemory read
+crashes 5 0xc0000005 WriteForbiddenMemory write
+crashes 5 0xc0000005 '' execute
+crashes 29 0xc000001d ExecuteIllegalInstruction illegal
 for place in main thread pool ui; do
-    crashes 5 0xc0000005 ReadForbiddenMemory read $place
-    crashes 5 0xc0000005 WriteForbiddenMemory write $place
     crashes 148 0xc0000094 DivideByZero divide $place
-    crashes 29 0xc000001d ExecuteIllegalInstruction illegal $place
-    crashes 5 0xc0000005 '' execute $place
     crashes 253 0xc00000fd '' overflow $place
 done
 

@@ -8,7 +8,7 @@
 /// Opens the symbol state of the process until the result is released. Under Wine a minidump takes
 /// a tenth of the time then: without one its writer reads all symbols of all modules first.
 inline boost::shared_ptr<kq::debug::SymbolHandler> OpenSymbols() {
-    const boost::shared_ptr<kq::debug::SymbolHandler> symbols = kq::debug::SymbolHandler::Create();
+    boost::shared_ptr<kq::debug::SymbolHandler> symbols = kq::debug::SymbolHandler::Create();
     symbols->RefreshModuleList();
     return symbols;
 }
