@@ -1,6 +1,5 @@
 #include "crash_filter.h"
 
-#include <kq/debug/symbol_handler.h>
 #include <kq/error/crash_dump.h>
 
 #include <windows.h>
@@ -40,8 +39,6 @@ LONG CALLBACK LeaveOverflownStack(EXCEPTION_POINTERS* pointers) {
 } // namespace
 
 void InstallCrashFilter() {
-    // Now, and not in a crash: the dump takes less, too.
-    kq::debug::symbolHandler->RefreshModuleList();
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX); // no message boxes
     SetUnhandledExceptionFilter(Record);
     AddVectoredExceptionHandler(1, LeaveOverflownStack);

@@ -110,48 +110,46 @@ struct Seen {
     int ownCalls = 0;
 };
 
-TEST(Callbacks, AreCalledInOrderWhileAllThreadsChangeThem) {
+// Adds, removes and calls, and returns how many calls went wrong. The callbacks that were there
+// from the start count up to `permanent` in their order; only this thread changes its own.
+int ChangeAndCall(Callbacks<void(Seen*)>& callbacks, int permanent, kq_test::Random random) {
     constexpr int rounds = 20'000;
+    int wrong = 0;
+    std::vector<Handle> own;
+    for (int round = 0; round != rounds; ++round) {
+        const std::uint32_t choice = random.Below(4);
+        if (choice == 0) {
+            own.push_back(callbacks.Add([self = std::this_thread::get_id()](Seen* seen) {
+                if (std::this_thread::get_id() == self)
+                    ++seen->ownCalls;
+            }));
+        } else if (choice == 1 && !own.empty()) {
+            own.erase(own.begin() + random.Below(static_cast<std::uint32_t>(own.size())));
+        } else {
+            Seen call;
+            callbacks.Call(&call);
+            if (call.reached != permanent || call.ownCalls != static_cast<int>(own.size()))
+                ++wrong;
+        }
+    }
+    return wrong;
+}
+
+TEST(Callbacks, AreCalledInOrderWhileAllThreadsChangeThem) {
+    constexpr int permanent = 3;
     const std::uint32_t seed = kq_test::Seed();
     Callbacks<void(Seen*)> callbacks;
+    std::vector<Handle> handles;
+    for (int place = 1; place <= permanent; ++place)
+        handles.push_back(callbacks.Add([place](Seen* seen) {
+            // An order that is not kept is never made good.
+            seen->reached = seen->reached == place - 1 ? place : -1;
+        }));
     std::atomic<int> wrong{0};
-    const auto addPermanent = [&](int place) {
-        return callbacks.Add([&wrong, place](Seen* seen) {
-            if (seen->reached != place - 1)
-                ++wrong;
-            seen->reached = place;
-        });
-    };
-    // Connected all the time; others come and go behind them.
-    const std::array<Handle, 3> permanent{addPermanent(1), addPermanent(2), addPermanent(3)};
     std::vector<std::thread> threads;
     for (std::uint32_t number = 0; number != 4; ++number)
         threads.emplace_back([&, number] {
-            kq_test::Random random(seed, number);
-            std::vector<Handle> own;
-            for (int round = 0; round != rounds; ++round) {
-                switch (random.Below(4)) {
-                    case 0:
-                        own.push_back(
-                            callbacks.Add([self = std::this_thread::get_id()](Seen* seen) {
-                                if (std::this_thread::get_id() == self)
-                                    ++seen->ownCalls;
-                            }));
-                        break;
-                    case 1:
-                        if (!own.empty())
-                            own.erase(own.begin() +
-                                      random.Below(static_cast<std::uint32_t>(own.size())));
-                        break;
-                    default:
-                        Seen call;
-                        callbacks.Call(&call);
-                        // Nobody else changes those of this thread.
-                        if (call.reached != 3 || call.ownCalls != static_cast<int>(own.size()))
-                            ++wrong;
-                        break;
-                }
-            }
+            wrong += ChangeAndCall(callbacks, permanent, kq_test::Random(seed, number));
         });
     for (std::thread& thread : threads)
         thread.join();

@@ -49,6 +49,7 @@ bool Exists(const std::wstring& name) {
 class CrashDump : public testing::Test {
 protected:
     CrashDump() {
+        OpenSymbols();
         RtlCaptureContext(&context_);
         record_.ExceptionCode = someCode;
         record_.ExceptionAddress = reinterpret_cast<void*>(context_.Rip);
@@ -80,7 +81,6 @@ protected:
     std::wstring dumpFile_;
 
 private:
-    const boost::shared_ptr<kq::debug::SymbolHandler> symbols_ = OpenSymbols();
     Handle reporting_;
 };
 

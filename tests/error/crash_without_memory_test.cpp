@@ -22,7 +22,7 @@ using kq::error::errorReporter;
 namespace {
 
 TEST(ACrashWithoutMemory, IsDumpedAndReported) {
-    const auto symbols = OpenSymbols();
+    OpenSymbols();
     TemporaryFolder folder;
     const std::wstring name = folder.NewFile(L"a name too long to stand inside a string.dmp");
     kq::error::SetDumpFilePath(boost::filesystem::path(name));

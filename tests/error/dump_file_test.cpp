@@ -138,7 +138,7 @@ TEST_F(DumpFile, IsLeftAloneWhileSomebodyHasItOpen) {
 }
 
 TEST_F(DumpFile, NeedsNoMemoryOfItsOwn) {
-    const auto symbols = OpenSymbols();
+    OpenSymbols();
     RtlCaptureContext(&context_);
     record_.ExceptionCode = EXCEPTION_ACCESS_VIOLATION;
     bool isWritten = false;

@@ -117,7 +117,7 @@ int main(int argc, char** argv) {
     if (argc < 5)
         return badArguments;
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
-    const auto symbols = OpenSymbols();
+    OpenSymbols();
     if (std::strcmp(argv[1], "vectored") == 0)
         filter = Filter::Vectored;
     if (std::strcmp(argv[1], "unhandled") == 0) {

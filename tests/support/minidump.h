@@ -114,7 +114,7 @@ private:
     template <class Record>
     Record At(std::size_t offset) const {
         Require(offset, sizeof(Record));
-        Record record;
+        Record record{};
         std::memcpy(&record, bytes_.data() + offset, sizeof(Record));
         return record;
     }

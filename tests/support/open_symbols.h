@@ -1,14 +1,10 @@
-// Debug-help's symbol state, ready before it is needed.
+// Debug-help's symbol state, opened before a dump needs it.
 #pragma once
 
-#include <kq/debug/symbol_handler.h>
+#include <windows.h>
 
-#include <boost/shared_ptr.hpp>
+#include <dbghelp.h>
 
-/// Opens the symbol state of the process until the result is released. Under Wine a minidump takes
-/// a tenth of the time then: without one its writer reads all symbols of all modules first.
-inline boost::shared_ptr<kq::debug::SymbolHandler> OpenSymbols() {
-    const boost::shared_ptr<kq::debug::SymbolHandler> symbols = kq::debug::SymbolHandler::Create();
-    symbols->RefreshModuleList();
-    return symbols;
-}
+/// Opens the symbol state of the process, with no modules in it, if it is not open yet. Under Wine
+/// the writer of minidumps otherwise reads all symbols of all modules first, which takes seconds.
+inline void OpenSymbols() { SymInitialize(GetCurrentProcess(), nullptr, FALSE); }
