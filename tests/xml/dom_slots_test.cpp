@@ -15,9 +15,10 @@ using kq::xml::DomTextNode;
 
 namespace {
 
+#if defined(__GNUC__)
+
 // The table of virtual functions is part of the binary interface. A pointer to a virtual member
 // holds the member's place in it; how, is told by the ABI that GCC and clang follow.
-#if defined(__GNUC__)
 template <class Member>
 std::size_t SlotOf(Member member) {
     struct {
@@ -29,9 +30,6 @@ std::size_t SlotOf(Member member) {
     // One more than the offset of the function in the table, in bytes.
     return static_cast<std::size_t>(layout.offset - 1) / sizeof(void*);
 }
-#else
-#error "how does this compiler represent a pointer to a virtual member?"
-#endif
 
 // A pointer to one of several operations of a name, by its return type and arguments.
 template <class Class, class Result, class... Arguments>
@@ -112,6 +110,15 @@ TEST(DomSlots, OfDocuments) {
     EXPECT_EQ((Slot<D, Ref<DomTextNode>>(&D::CreateTextNode)), 26u);
     EXPECT_EQ(SlotOf(&AfterDocument::Next), 27u);
 }
+
+#else
+
+TEST(DomSlots, OfEveryInterface) {
+    GTEST_SKIP()
+        << "known for GCC and clang only: this compiler orders operations of one name itself";
+}
+
+#endif
 
 TEST(DomSlots, AreNotSharedByDestructors) {
     // Objects end through the references alone.
