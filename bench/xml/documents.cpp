@@ -119,7 +119,7 @@ void EnterSaves(Row& file, Row& over, Row& text, const Material& material,
     over.Enter(kqName, [=] { return Milliseconds(save); });
     over.Enter(rawName, [=] { return Milliseconds(saveRaw); });
     text.Enter(kqName, [&] {
-        return Milliseconds([&] { Require(document.SaveText().size() > 0, "a saved text"); });
+        return Milliseconds([&] { Require(!document.SaveText().empty(), "a saved text"); });
     });
     text.Enter(rawName,
                [&] { return Milliseconds([&] { Require(raw.SaveText() > 0, "a saved text"); }); });
