@@ -37,13 +37,53 @@ std::uint64_t ParseSize(const std::wstring& text) {
     throw refuse();
 }
 
+using Iterator = std::vector<std::wstring>::const_iterator;
+
+/// Goes on from the option at `at` to its value. `need` says what it is.
+const std::wstring& ValueOf(Iterator& at, Iterator end, const wchar_t* need) {
+    const std::wstring& option = *at;
+    if (++at == end)
+        throw BadArgument(option + L" needs " + need);
+    return *at;
+}
+
+const std::wstring& FileOf(Iterator& at, Iterator end) {
+    const std::wstring& option = *at;
+    constexpr const wchar_t* need = L"the name of a file";
+    const std::wstring& file = ValueOf(at, end, need);
+    if (file.empty())
+        throw BadArgument(option + L" needs " + need);
+    return file;
+}
+
+/// Reads the option at `at`, and leaves `at` at the last argument that belongs to it.
+void ParseOption(Iterator& at, Iterator end, Arguments& result) {
+    const std::wstring& option = *at;
+    if (option == L"--help")
+        result.help = true;
+    else if (option == L"--tsv")
+        result.tabbed = true;
+    else if (option == L"--quiet")
+        result.quiet = true;
+    else if (option == L"--pause")
+        result.pause = true;
+    else if (option == L"--report")
+        result.report = FileOf(at, end);
+    else if (option == L"--compare")
+        result.compare = FileOf(at, end);
+    else if (option == L"--min-size")
+        result.minSize = ParseSize(ValueOf(at, end, L"a number of bytes"));
+    else
+        throw BadArgument(L"unknown option '" + option + L"'");
+}
+
 } // namespace
 
 Arguments ParseArguments(const std::vector<std::wstring>& arguments) {
     Arguments result;
     bool haveFolder = false;
     bool onlyFolders = false; // after "--"
-    for (auto at = arguments.begin(); at != arguments.end(); ++at) {
+    for (auto at = arguments.begin(); at != arguments.end() && !result.help; ++at) {
         const std::wstring& argument = *at;
         if (onlyFolders || argument.empty() || argument[0] != L'-') {
             if (haveFolder)
@@ -54,28 +94,11 @@ Arguments ParseArguments(const std::vector<std::wstring>& arguments) {
             result.folder = argument;
         } else if (argument == L"--") {
             onlyFolders = true;
-        } else if (argument == L"--help") {
-            result.help = true;
-            return result;
-        } else if (argument == L"--tsv") {
-            result.tabbed = true;
-        } else if (argument == L"--quiet") {
-            result.quiet = true;
-        } else if (argument == L"--pause") {
-            result.pause = true;
-        } else if (argument == L"--report" || argument == L"--compare") {
-            if (++at == arguments.end() || at->empty())
-                throw BadArgument(argument + L" needs the name of a file");
-            (argument == L"--report" ? result.report : result.compare) = *at;
-        } else if (argument == L"--min-size") {
-            if (++at == arguments.end())
-                throw BadArgument(L"--min-size needs a number of bytes");
-            result.minSize = ParseSize(*at);
         } else {
-            throw BadArgument(L"unknown option '" + argument + L"'");
+            ParseOption(at, arguments.end(), result);
         }
     }
-    if (!haveFolder)
+    if (!haveFolder && !result.help)
         throw BadArgument(L"no folder given; --help says more");
     return result;
 }

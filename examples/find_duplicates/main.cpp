@@ -61,7 +61,8 @@ int FindDuplicates(const Arguments& arguments, const std::wstring& folder) {
     if (before || !arguments.report.empty()) {
         const SavedReport now = MakeReport(folder, findings, groups);
         if (before)
-            (arguments.tabbed ? error : output).Write(DescribeChanges(*before, now));
+            (arguments.tabbed ? error : output)
+                .Write((arguments.quiet ? L"" : L"\n") + DescribeChanges(*before, now));
         if (!arguments.report.empty())
             WriteReport(now, arguments.report);
     }

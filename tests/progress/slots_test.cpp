@@ -4,6 +4,7 @@
 
 #include "support/foreign_signaler.h"
 #include "support/progress_watch.h"
+#include "support/virtual_slot.h"
 
 #include <gtest/gtest.h>
 
@@ -15,20 +16,12 @@ using kq::progress::IProgress;
 using kq::progress::IProgressRoot;
 using kq::progress::IProgressSignaler;
 
-// With the other compilers a pointer to a virtual function does not tell its slot.
+// See support/virtual_slot.h.
 #ifndef _MSC_VER
 
-namespace {
+using kq_test::SlotOf;
 
-/// The slot of a virtual function, read off its member pointer. A virtual destructor takes two
-/// slots (one that also frees the memory, and one that does not).
-template <class Function>
-std::size_t SlotOf(Function function) {
-    std::uintptr_t word = 0;
-    std::memcpy(&word, &function, sizeof(word));
-    EXPECT_EQ(word % sizeof(void*), 1u) << "not a virtual function";
-    return word / sizeof(void*);
-}
+namespace {
 
 template <class Object>
 void* FunctionInSlot(const Object& object, std::size_t slot) {

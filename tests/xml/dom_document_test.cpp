@@ -13,8 +13,6 @@ using namespace kq_test;
 using kq::dynamic_reference_cast;
 using kq::xml::AddChildElement;
 using kq::xml::DomDocument;
-using kq::xml::DomElement;
-using kq::xml::DomTextNode;
 
 namespace {
 

@@ -44,8 +44,10 @@ protected:
 
 // UTF-16 in one of the two orders, with a byte-order mark.
 std::string Utf16(const std::wstring& text, bool bigEndian) {
+    std::wstring units = L"\ufeff";
+    units += text;
     std::string bytes;
-    for (const wchar_t unit : L"\ufeff" + text) {
+    for (const wchar_t unit : units) {
         const char low = static_cast<char>(unit & 0xff);
         const char high = static_cast<char>(unit >> 8);
         bytes += bigEndian ? high : low;

@@ -5,11 +5,9 @@
 #include "xml/raw_dom.h"
 
 using namespace kq_test;
-using kq::dynamic_reference_cast;
 using kq::xml::AddChildElement;
 using kq::xml::AddChildTextNode;
 using kq::xml::DomDocument;
-using kq::xml::DomElement;
 
 namespace {
 

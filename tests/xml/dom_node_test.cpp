@@ -9,7 +9,6 @@
 
 using namespace kq_test;
 using kq::dynamic_reference_cast;
-using kq::xml::AddChildElement;
 using kq::xml::DomDocument;
 using kq::xml::DomElement;
 using kq::xml::DomNode;

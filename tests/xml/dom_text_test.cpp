@@ -7,7 +7,6 @@
 using namespace kq_test;
 using kq::xml::AddChildElement;
 using kq::xml::AddChildTextNode;
-using kq::xml::DomDocument;
 using kq::xml::GetChildTextNodeValue;
 using kq::xml::HasChildTextNode;
 

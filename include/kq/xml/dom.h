@@ -50,6 +50,8 @@ class DomDocument;
 ///
 ///     const auto child = node->GetChildNode(L"chapter[1]");
 ///     const auto chapter = kq::dynamic_reference_cast<kq::xml::DomElement>(child);
+///
+/// The order of the operations, here and in the other interfaces, is part of the binary interface.
 class DomNode {
 public:
     /// The document that the node belongs to, whether or not it is part of its tree; a document
