@@ -15,7 +15,7 @@ crashes() {
     [ "$(head -c 4 crash_lab.dmp)" = MDMP ] || fail "$*: the dump is no minidump"
     [ "$(grep -c '^report of ' out)" = 1 ] || fail "$*: not one report: $(cat out)"
     [ -z "$function" ] ||
-        sed -n '/^stack:$/{n;p}' out | grep -qE "^\"crash_lab.exe\": .*::$function \(failures.cpp, line " ||
+        sed -n '/^stack:$/{n;p}' out | grep -qE "^\"crash_lab.exe\": .*::$function \(" ||
         fail "$*: the stack does not begin with $function: $(cat out)"
 }
 

@@ -7,6 +7,7 @@
 #include "process/services.h"
 #include "process/simulated_crash.h"
 #include "support/on_destruction.h"
+#include "support/open_symbols.h"
 #include "support/temporary_folder.h"
 
 #include <boost/filesystem/path.hpp>
@@ -194,6 +195,7 @@ SCENARIO(a_reporter_of_a_crash_shuts_the_library_down) {
 SCENARIO(a_crash_after_shutdown_is_dumped_and_misses_the_reporter) {
     TemporaryFolder folder;
     const std::wstring name = folder.NewFile(L"late.dmp");
+    OpenSymbols();
     kq::error::SetDumpFilePath(boost::filesystem::path(name));
     kq::Shutdown();
     std::string text;
@@ -299,6 +301,7 @@ SCENARIO(main_calls_exit_process_amid_reports_at_random) {
 }
 
 SCENARIO(main_returns_amid_dumps_at_random) {
+    OpenSymbols();
     static TemporaryFolder folder;
     kq::error::SetDumpFilePath(boost::filesystem::path(folder.NewFile(L"x.dmp")));
     std::minstd_rand random(scenario::Seed());
