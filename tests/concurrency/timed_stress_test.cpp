@@ -109,8 +109,9 @@ TEST_F(TimedStress, NoJobOverlapsItselfAndNoneRunsAfterItWasUnregistered) {
     for (const Jobs& ofThread : jobs)
         for (const auto& job : ofThread) {
             // What was not unregistered runs; at least once, and only once unless it repeats.
-            if (!job->isUnregistered)
+            if (!job->isUnregistered) {
                 EXPECT_TRUE(kq_test::Eventually([&] { return job->begun != 0; }));
+            }
             if (job->repeat && !job->isUnregistered)
                 UnregisterOne(*job);
         }
@@ -121,11 +122,13 @@ TEST_F(TimedStress, NoJobOverlapsItselfAndNoneRunsAfterItWasUnregistered) {
     for (const Jobs& ofThread : jobs)
         for (const auto& job : ofThread) {
             EXPECT_FALSE(job->hasOverlapped);
-            if (!job->repeat)
+            if (!job->repeat) {
                 EXPECT_LE(job->begun, 1);
+            }
             // One run may have been on its way into the callback.
-            if (job->isUnregistered)
+            if (job->isUnregistered) {
                 EXPECT_LE(job->begun, job->begunWhenUnregistered + 1);
+            }
         }
 }
 

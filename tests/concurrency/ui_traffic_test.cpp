@@ -35,7 +35,7 @@ using kq_test::wakeMessage;
 
 namespace {
 
-constexpr std::size_t threadCount = 4;
+constexpr std::uint32_t threadCount = 4;
 
 TEST(UITraffic, AHundredThousandJobsRunInTheOrderOfEachThreadWithFewWakeMessages) {
     constexpr std::size_t jobsPerThread = 25'000;
