@@ -1,53 +1,41 @@
 // Functions that the application connected, to be called one after the other.
 #pragma once
 
+#include "error/callback_list.h"
+
 #include <boost/function.hpp>
-#include <boost/shared_ptr.hpp>
-#include <boost/signals2/connection.hpp>
-#include <boost/signals2/signal.hpp>
 
 #include <memory>
+#include <tuple>
 
 namespace kq::error {
 
-/// A signal whose slots last as long as their handles. May be destroyed by one of the functions
-/// that it is calling: those behind it are then not called any more.
 template <class Signature>
-class Callbacks {
-public:
-    // The first slot of a signal is not connected all or nothing: without memory it may stay in the
-    // list although `connect` throws. So the first one is ours and does nothing.
-    Callbacks() {
-        signal_->connect([](const auto&... /*arguments*/) {});
-    }
-    Callbacks(const Callbacks&) = delete;
-    Callbacks& operator=(const Callbacks&) = delete;
-    ~Callbacks() { signal_->disconnect_all_slots(); }
+class Callbacks;
 
-    /// Connects `callback` behind all others for as long as a copy of the result is held. Throws
-    /// `std::bad_alloc`, and then nothing is connected.
-    boost::shared_ptr<boost::signals2::scoped_connection> Add(
-        const boost::function<Signature>& callback) {
-        // Made first: nothing may be connected when there is no memory for the handle.
-        boost::shared_ptr<boost::signals2::scoped_connection> handle(
-            new boost::signals2::scoped_connection);
+/// A `CallbackList` of functions with these parameters.
+template <class... Parameters>
+class Callbacks<void(Parameters...)> {
+public:
+    /// As `CallbackList::Add`; but no copy of `callback` is made under a lock.
+    CallbackList::Handle Add(const boost::function<void(Parameters...)>& callback) {
         // Shared, because the signal copies its slot under its lock.
-        const auto shared = std::make_shared<const boost::function<Signature>>(callback);
-        *handle = signal_->connect([shared](const auto&... arguments) { (*shared)(arguments...); });
-        return handle;
+        const auto shared = std::make_shared<const boost::function<void(Parameters...)>>(callback);
+        return list_.Add([shared](const void* arguments) {
+            std::apply(*shared, *static_cast<const Arguments*>(arguments));
+        });
     }
 
     /// Calls them in the order in which they were connected. An exception of one ends the call.
-    template <class... Arguments>
-    void Call(const Arguments&... arguments) const {
-        const std::shared_ptr<Signal> signal = signal_;
-        (*signal)(arguments...);
+    void Call(const Parameters&... arguments) const {
+        const Arguments packed(arguments...);
+        list_.Call(&packed);
     }
 
 private:
-    using Signal = boost::signals2::signal<Signature>;
+    using Arguments = std::tuple<const Parameters&...>;
 
-    const std::shared_ptr<Signal> signal_ = std::make_shared<Signal>();
+    CallbackList list_;
 };
 
 } // namespace kq::error
