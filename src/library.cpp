@@ -12,7 +12,6 @@
 
 #include "concurrency/job_queue_impl.h"
 #include "concurrency/pool_thread.h"
-#include "concurrency/recycling.h"
 #include "concurrency/serve_ui.h"
 #include "concurrency/term_constants.h"
 #include "concurrency/thread_pool_impl.h"
@@ -21,6 +20,7 @@
 #include "debug/process_track_list.h"
 #include "error/dump_setting.h"
 #include "thread/platform.h"
+#include "thread/recycling.h"
 #include "win32/main_thread.h"
 
 #include <windows.h>
@@ -130,7 +130,7 @@ void Shutdown() {
     DrainServices();
     ReleaseServices();
     memoryReserver.Reset();
-    concurrency::TrimRecyclers();
+    thread::TrimRecyclers();
 }
 
 } // namespace kq
@@ -160,7 +160,7 @@ BOOL WINAPI DllMain(HINSTANCE /*module*/, DWORD reason, LPVOID processEnds) {
             // The host may have installed one at any time.
             kq::memoryReserver.Reset();
             kq::error::ReleaseDumpSetting();
-            kq::concurrency::TrimRecyclers();
+            kq::thread::TrimRecyclers();
             return TRUE;
         case DLL_THREAD_DETACH:
             ForgetThreadName();

@@ -34,7 +34,7 @@ void TicketClause::OnFinished(FinishCascade& cascade) noexcept {
 std::shared_ptr<Gate> Gate::Make(const std::shared_ptr<CJobTermsImpl>& terms) {
     if (terms == nullptr || !terms->condition)
         return nullptr;
-    auto gate = MakeRecycled<Gate>();
+    auto gate = thread::MakeRecycled<Gate>();
     if (!gate->AddClauses(terms->condition)) {
         gate->clauses.clear();
         gate->condition = terms->condition;

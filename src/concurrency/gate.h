@@ -4,8 +4,8 @@
 #include <kq/concurrency/job_terms.h>
 
 #include "concurrency/job_state.h"
-#include "concurrency/recycling.h"
 #include "concurrency/ticket_condition.h"
+#include "thread/recycling.h"
 
 #include <cstddef>
 #include <forward_list>
@@ -68,7 +68,7 @@ public:
 
     /// Asked when the condition is opaque; empty otherwise.
     std::function<StartInfo()> condition;
-    std::forward_list<TicketClause, RecyclingAllocator<TicketClause>> clauses;
+    std::forward_list<TicketClause, thread::RecyclingAllocator<TicketClause>> clauses;
     std::size_t openClauses = 0; ///< those that wait still
 
     /// The job behind it; null once that was taken out of the queue.

@@ -2,8 +2,8 @@
 
 #include "concurrency/job_queue_impl.h"
 #include "concurrency/queue_job_adapter.h"
-#include "concurrency/recycling.h"
 #include "concurrency/ui_job_queue_impl.h"
+#include "thread/recycling.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -43,7 +43,7 @@ CJobQueueImpl::CJobQueueImpl(const std::shared_ptr<CThreadPool>& pool, unsigned 
       blockingQueue_(pool, SaturatedProduct(pool->MaxSpareThreadCount(), blockingFactor)) {}
 
 CJobTicket CJobQueueImpl::Queue(Job&& job, const std::shared_ptr<CJobTermsImpl>& terms) {
-    auto adapter = MakeRecycled<CQueueJobAdapter>(std::move(job), Gate::Make(terms));
+    auto adapter = thread::MakeRecycled<CQueueJobAdapter>(std::move(job), Gate::Make(terms));
     if (terms == nullptr)
         return normalQueue_.Queue(std::move(adapter), false);
     if (terms->uiThread)

@@ -1,8 +1,8 @@
 #include <kq/concurrency/job_terms.h>
 
-#include "concurrency/recycling.h"
 #include "concurrency/term_constants.h"
 #include "concurrency/ticket_condition.h"
+#include "thread/recycling.h"
 
 #include <new>
 #include <utility>
@@ -30,7 +30,7 @@ Constant inUIAsyncStorage;
 Constant isBlockingStorage;
 
 std::shared_ptr<CJobTermsImpl> WithCondition(std::function<StartInfo()> condition) {
-    auto terms = MakeRecycled<CJobTermsImpl>();
+    auto terms = thread::MakeRecycled<CJobTermsImpl>();
     terms->condition = std::move(condition);
     return terms;
 }
@@ -76,7 +76,7 @@ std::shared_ptr<CJobTermsImpl> operator&(const std::shared_ptr<CJobTermsImpl>& l
         return right;
     if (!right)
         return left;
-    auto both = MakeRecycled<CJobTermsImpl>();
+    auto both = thread::MakeRecycled<CJobTermsImpl>();
     both->uiThread = left->uiThread || right->uiThread;
     both->blocking = left->blocking || right->blocking;
     if (left->condition && right->condition)

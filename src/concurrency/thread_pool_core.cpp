@@ -1,8 +1,8 @@
 #include "concurrency/thread_pool_core.h"
 
 #include "concurrency/pool_thread.h"
-#include "concurrency/recycling.h"
 #include "thread/deadline.h"
+#include "thread/recycling.h"
 
 #include <iterator>
 #include <stdexcept>
@@ -145,7 +145,7 @@ std::unique_ptr<JobEntry> ThreadPoolCore::WaitForJob(std::unique_lock<thread::mu
 // What a burst of jobs has left behind goes when a thread has found nothing to do for a while.
 void ThreadPoolCore::Trim(std::unique_lock<thread::mutex>& lock) noexcept {
     lock.unlock();
-    TrimRecyclers();
+    thread::TrimRecyclers();
     lock.lock();
 }
 

@@ -3,7 +3,7 @@
 
 #include <kq/concurrency/job_terms.h>
 
-#include "concurrency/recycling.h"
+#include "thread/recycling.h"
 
 #include <boost/container/small_vector.hpp>
 
@@ -19,7 +19,7 @@ class CJobState;
 
 /// The condition of `after` and `dependsOn`. It can be asked like any other condition; a queue
 /// recognises it, follows the tickets with a `TicketCursor` and never has to ask.
-struct TicketCondition : RecycledByNew<TicketCondition> {
+struct TicketCondition : thread::RecycledByNew<TicketCondition> {
     enum class Requires {
         Finished, ///< every job has finished, whatever its outcome
         Done,     ///< every job is done; dropped otherwise
@@ -65,7 +65,7 @@ using ConditionParts = boost::container::small_vector<const std::function<StartI
 
 /// The condition of terms that were combined with `&`, both of which have one. Terms that were
 /// folded together one by one are as deep as there are of them, so nothing here is recursive.
-class Conjunction : public RecycledByNew<Conjunction> {
+class Conjunction : public thread::RecycledByNew<Conjunction> {
 public:
     Conjunction(std::shared_ptr<CJobTermsImpl> left, std::shared_ptr<CJobTermsImpl> right) noexcept
         : left_(std::move(left)), right_(std::move(right)) {}

@@ -83,9 +83,9 @@ private:
     NodePointer CreateNode(int type, const BSTR name, const std::wstring& namespaceURI,
                            const char* failure) {
         NodePointer node;
-        Require(
-            this->Platform()->createNode(_variant_t(type), name, ToPlatform(namespaceURI), &node),
-            failure);
+        Require(this->Platform()->createNode(_variant_t(type), name,
+                                             ToPlatform::OrNull(namespaceURI), &node),
+                failure);
         if (!node)
             _com_issue_error(E_POINTER);
         return node;

@@ -32,7 +32,14 @@ public:
     explicit ToPlatform(const std::wstring& text) : text_(ToVariant(text)) {}
     operator BSTR() const noexcept { return V_BSTR(&text_); }
 
+    /// An empty text as a null pointer, for where the platform takes one as such.
+    static ToPlatform OrNull(const std::wstring& text) {
+        return text.empty() ? ToPlatform() : ToPlatform(text);
+    }
+
 private:
+    ToPlatform() = default;
+
     const _variant_t text_;
 };
 

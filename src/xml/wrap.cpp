@@ -1,5 +1,6 @@
 #include "xml/wrap.h"
 
+#include "thread/recycling.h"
 #include "xml/implementations.h"
 
 #include <boost/make_shared.hpp>
@@ -11,8 +12,8 @@ namespace {
 
 template <class Interface, class Implementation, class Pointer>
 shared_ref<Interface, boost::shared_ptr> Make(Pointer&& node) {
-    return boost::shared_ptr<Interface>(
-        boost::make_shared<Implementation>(std::forward<Pointer>(node)));
+    return boost::shared_ptr<Interface>(boost::allocate_shared<Implementation>(
+        thread::RecyclingAllocator<Implementation>(), std::forward<Pointer>(node)));
 }
 
 } // namespace

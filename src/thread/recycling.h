@@ -1,13 +1,13 @@
-// How the objects of the job system come by their memory.
+// How objects that come and go in great numbers come by their memory.
 #pragma once
 
-#include "concurrency/block_recycler.h"
+#include "thread/block_recycler.h"
 
 #include <cstddef>
 #include <memory>
 #include <utility>
 
-namespace kq::concurrency {
+namespace kq::thread {
 
 /// The recycler for objects of this size.
 BlockRecycler& RecyclerFor(std::size_t size) noexcept;
@@ -56,4 +56,4 @@ struct RecycledByNew {
     static void operator delete(void* /*block*/, void* /*place*/) noexcept {}
 };
 
-} // namespace kq::concurrency
+} // namespace kq::thread

@@ -1,4 +1,4 @@
-#include "concurrency/block_recycler.h"
+#include "thread/block_recycler.h"
 
 #include "thread/platform.h"
 
@@ -6,9 +6,7 @@
 #include <new>
 #include <utility>
 
-namespace kq::concurrency {
-
-namespace platform = thread::platform;
+namespace kq::thread {
 
 /// What stands in a free block.
 struct BlockRecycler::Block {
@@ -203,4 +201,4 @@ void BlockRecycler::Trim() noexcept {
         platform::FreePiece(std::exchange(unused, unused->next));
 }
 
-} // namespace kq::concurrency
+} // namespace kq::thread

@@ -1,6 +1,6 @@
-#include "concurrency/recycling.h"
+#include "thread/recycling.h"
 
-namespace kq::concurrency {
+namespace kq::thread {
 
 namespace {
 
@@ -19,4 +19,4 @@ void TrimRecyclers() noexcept {
         recycler.Trim();
 }
 
-} // namespace kq::concurrency
+} // namespace kq::thread

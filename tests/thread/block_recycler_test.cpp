@@ -1,4 +1,4 @@
-#include "concurrency/block_recycler.h"
+#include "thread/block_recycler.h"
 
 #include <windows.h>
 
@@ -16,7 +16,7 @@
 
 namespace {
 
-using kq::concurrency::BlockRecycler;
+using kq::thread::BlockRecycler;
 
 constexpr std::size_t blockSize = 192;
 

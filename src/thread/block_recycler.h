@@ -7,11 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace kq::concurrency {
+namespace kq::thread {
 
-/// Hands out blocks of one size, and keeps those that come back for whoever asks next. The memory
-/// of a job is often taken by one thread and given up by another, which is what a general heap is
-/// slowest at.
+/// Hands out blocks of one size, and keeps those that come back for whoever asks next. Jobs are
+/// often made by one thread and given up by another, which is what a general heap is slowest at;
+/// the nodes of a document cost a general heap more than what is done with them.
 ///
 /// Every thread goes to one of a few shards, and only whole batches of blocks pass between a shard
 /// and the rest, so that threads seldom meet at a lock. The blocks are cut from slabs; `Trim` gives
@@ -72,10 +72,10 @@ private:
     Shard shards_[shardCount];
     const std::size_t blockSize_;
 
-    thread::mutex mutex_;      // guards the next two
+    mutex mutex_;              // guards the next two
     Block* batches_ = nullptr; // full ones, linked through their first blocks
     Slab* slabs_ = nullptr;    // all of them
-    thread::mutex trimMutex_;  // held by the one who trims
+    mutex trimMutex_;          // held by the one who trims
 };
 
-} // namespace kq::concurrency
+} // namespace kq::thread
