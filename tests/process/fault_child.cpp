@@ -86,6 +86,7 @@ bool Fail(const std::string& place, const std::vector<Fault>& faults) {
         FailWith(faults.front());
     } else if (place == "host_thread") {
         std::vector<std::thread> threads;
+        threads.reserve(faults.size());
         const Countdown met(faults.size());
         for (const Fault fault : faults)
             threads.emplace_back([fault, met] {
@@ -97,6 +98,7 @@ bool Fail(const std::string& place, const std::vector<Fault>& faults) {
             thread.join();
     } else if (place == "pool_thread") {
         std::vector<CJobTicket> tickets;
+        tickets.reserve(faults.size());
         for (const Fault fault : faults)
             tickets.push_back(FailInJob(fault, isBlocking));
         for (const CJobTicket& ticket : tickets)
