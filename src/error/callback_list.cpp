@@ -2,8 +2,6 @@
 
 #include <boost/signals2/signal.hpp>
 
-#include <utility>
-
 namespace kq::error {
 
 class CallbackList::Signal : public boost::signals2::signal<void(const void*)> {};
@@ -16,10 +14,10 @@ CallbackList::CallbackList() : signal_(std::make_shared<Signal>()) {
 
 CallbackList::~CallbackList() { signal_->disconnect_all_slots(); }
 
-CallbackList::Handle CallbackList::Add(Function function) {
+CallbackList::Handle CallbackList::Add(const Function& function) {
     // Made first: nothing may be connected when there is no memory for the handle.
     Handle handle(new boost::signals2::scoped_connection);
-    *handle = signal_->connect(std::move(function));
+    *handle = signal_->connect(function);
     return handle;
 }
 

@@ -25,7 +25,7 @@ public:
     /// Connects `function` behind all others for as long as a copy of the result is held. Throws
     /// `std::bad_alloc`, and then nothing is connected. Copies of it are made under a lock of the
     /// signal.
-    Handle Add(Function function);
+    Handle Add(const Function& function);
 
     /// Calls them in the order in which they were connected. An exception of one ends the call.
     void Call(const void* arguments) const;
