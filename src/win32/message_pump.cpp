@@ -18,6 +18,11 @@ std::optional<int> DispatchMessages(HWND__* window) {
             quit = static_cast<int>(message.wParam);
             continue;
         }
+        // What this message runs may be a message loop, which has to see it.
+        if (quit) {
+            PostQuitMessage(*quit);
+            quit.reset();
+        }
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }

@@ -210,6 +210,33 @@ TEST(MessagePump, KeepsAQuitMessageThroughNestedPumps) {
     EXPECT_EQ(TakeQuitMessages(), std::vector<int>{5});
 }
 
+// A quit message comes before a timer that is due, so the pump has taken it when the timer's
+// message runs a loop.
+TEST(MessagePump, ShowsTheQuitMessageToALoopInsideWhatItDispatches) {
+    bool hasEnded = false;
+    const Window window([&](UINT message, WPARAM) {
+        if (message != WM_TIMER || hasEnded)
+            return;
+        MSG next{};
+        while (PeekMessageW(&next, nullptr, 0, 0, PM_REMOVE) != FALSE && next.message != WM_QUIT)
+            DispatchMessageW(&next);
+        if (next.message != WM_QUIT)
+            return;
+        hasEnded = true;
+        PostQuitMessage(static_cast<int>(next.wParam));
+    });
+    for (const HWND target : {window.Handle(), static_cast<HWND>(nullptr)}) {
+        hasEnded = false;
+        SetTimer(window.Handle(), 1, USER_TIMER_MINIMUM, nullptr);
+        ASSERT_EQ(MsgWaitForMultipleObjects(0, nullptr, FALSE, 30'000, QS_TIMER), WAIT_OBJECT_0);
+        PostQuitMessage(6);
+        PumpMessageQueue(target);
+        KillTimer(window.Handle(), 1);
+        EXPECT_TRUE(hasEnded);
+        EXPECT_EQ(TakeQuitMessages(), std::vector<int>{6});
+    }
+}
+
 TEST(MessagePump, EndsTheHostsLoopAfterItRanInside) {
     const Window window([](UINT message, WPARAM) {
         if (message == WM_APP)
