@@ -61,16 +61,15 @@ void PendingJobs::Enter(std::shared_ptr<CQueueJobAdapter> entering, GateKeeper& 
     gate.keeper = keeper.shared_from_this();
     job.place = Place::Waiting;
     waiting_.PushBack(job);
-    for (TicketClause& clause : gate.clauses) {
+    const bool mayStart = gate.clauses.AllOf([&](TicketClause& clause) {
         const StartInfo answer = clause.Advance(job.gate);
-        if (answer == StartInfo::Drop) {
-            cascade.Drop(TakeOut(job));
-            return;
-        }
         if (answer == StartInfo::Postpone)
             ++gate.openClauses;
-    }
-    if (gate.openClauses == 0)
+        return answer != StartInfo::Drop;
+    });
+    if (!mayStart)
+        cascade.Drop(TakeOut(job));
+    else if (gate.openClauses == 0)
         Open(job, opened);
 }
 
@@ -128,8 +127,10 @@ std::shared_ptr<CQueueJobAdapter> PendingJobs::TakeOut(CQueueJobAdapter& job) no
             break;
         case Place::Waiting:
             waiting_.Unlink(job);
-            for (TicketClause& clause : job.gate->clauses)
+            job.gate->clauses.AllOf([](TicketClause& clause) {
                 clause.Unhook();
+                return true;
+            });
             break;
         case Place::Incoming:
         case Place::Nowhere:
