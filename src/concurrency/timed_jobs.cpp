@@ -21,6 +21,8 @@ std::atomic<std::int32_t> lastId{0};
 
 using Nanoseconds = std::chrono::nanoseconds;
 
+constexpr std::chrono::hours longestWait(24 * 10);
+
 /// Negative intervals are 0, those beyond the range the largest.
 Nanoseconds Saturated(std::chrono::milliseconds interval) noexcept {
     if (interval <= std::chrono::milliseconds::zero())
@@ -28,11 +30,6 @@ Nanoseconds Saturated(std::chrono::milliseconds interval) noexcept {
     constexpr auto largest =
         std::chrono::duration_cast<std::chrono::milliseconds>(Nanoseconds::max());
     return interval > largest ? Nanoseconds::max() : Nanoseconds(interval);
-}
-
-/// Neither is negative.
-Nanoseconds SaturatedSum(Nanoseconds left, Nanoseconds right) noexcept {
-    return left > Nanoseconds::max() - right ? Nanoseconds::max() : left + right;
 }
 
 // Without a UI queue the job queue refuses; the run is cancelled in any case.
@@ -65,20 +62,20 @@ struct TimedJobs::Run {
 
 TimedJobTicket TimedJobs::Register(std::function<void(const TimedJobTicket&)> job,
                                    std::chrono::milliseconds interval, bool repeat) {
-    auto registration = std::make_shared<Registration>();
+    auto registration = thread::MakeRecycled<Registration>();
     registration->callback = std::move(job);
-    auto ticket = std::make_shared<TimedJobState>(TimedJobState{0, repeat});
+    auto ticket = thread::MakeRecycled<TimedJobState>(TimedJobState{0, repeat});
 
     Entries made; // outside the lock, with everything that may fail
-    made.emplace(0, Entry{repeat, {}, Saturated(interval), registration, CJobTicket(), {}});
+    made.emplace(0, Entry(repeat, Saturated(interval), registration));
 
     Lock lock(mutex_);
     Entries::node_type entry = made.extract(made.begin());
     const std::int32_t id = ++lastId;
     entry.key() = ticket->id = registration->id = id;
-    entry.mapped().lastRun = clock_.Now();
-    entries_.insert(std::move(entry));
-    NotifyLoop();
+    const TimePoint now = entry.mapped().lastRun = clock_.Now();
+    Insert(std::move(entry));
+    Reschedule(now);
     // A loop that somebody else is starting will serve this job, unless it cannot be started.
     while (loop_ != nullptr && !loop_->isSettled)
         loopSettled_.wait(lock);
@@ -88,11 +85,24 @@ TimedJobTicket TimedJobs::Register(std::function<void(const TimedJobTicket&)> jo
         StartLoop(lock);
     } catch (...) {
         // Before anybody else starts a loop, which would serve it.
-        const Entries::node_type takenBack = entries_.extract(id);
+        const auto failed = entries_.find(id);
+        const Entries::node_type takenBack =
+            failed != entries_.end() ? Extract(failed) : Entries::node_type();
         lock.unlock();
         throw;
     }
     return ticket;
+}
+
+void TimedJobs::Insert(Entries::node_type entry) noexcept {
+    // Ids are used again after four thousand million registrations.
+    if (const auto inserted = entries_.insert(std::move(entry)); inserted.inserted)
+        byLead_.insert(inserted.position->second);
+}
+
+TimedJobs::Entries::node_type TimedJobs::Extract(Entries::iterator entry) noexcept {
+    byLead_.erase(byLead_.iterator_to(entry->second));
+    return entries_.extract(entry);
 }
 
 // The lock is released meanwhile: making a thread takes its time, and may fail.
@@ -127,21 +137,31 @@ void TimedJobs::StartLoop(Lock& lock) {
         lastLoop_ = std::move(ticket);
 }
 
-void TimedJobs::NotifyLoop() noexcept {
-    ++changes_;
-    wakeUp_.notify_all();
+// Called after every change: a loop that sleeps computes its wait anew, from now on. It has to be
+// woken for that only when it would sleep too long.
+void TimedJobs::Reschedule(TimePoint now) noexcept {
+    if (!isLoopAsleep_)
+        return;
+    wakeTime_ = entries_.empty() ? now : now + std::min<Nanoseconds>(TimeToWait(now), longestWait);
+    if (wakeTime_ < sleepsUntil_) {
+        sleepsUntil_ = TimePoint::min();
+        wakeUp_.notify_all();
+    }
 }
 
 bool TimedJobs::Unregister(std::int32_t id) {
     Entries::node_type removed;
     {
         const std::lock_guard guard(mutex_);
-        removed = entries_.extract(id);
-        if (removed.empty())
+        const auto entry = entries_.find(id);
+        if (entry == entries_.end())
             return false;
+        removed = Extract(entry);
         removed.mapped().registration->isCancelled = true;
-        NotifyLoop();
+        Reschedule(clock_.Now());
     }
+    if (removed.mapped().ticket.State() == nullptr)
+        return true;
     // A run that is past the queue by now finds that it is cancelled.
     if (const std::shared_ptr<CJobQueue> queue = jobQueue.GetShared())
         Withdraw(*queue, removed.mapped().ticket);
@@ -157,8 +177,9 @@ bool TimedJobs::IsIdle(std::int32_t id) {
 void TimedJobs::Close() {
     Entries entries;
     const std::lock_guard guard(mutex_);
+    byLead_.clear();
     entries.swap(entries_);
-    NotifyLoop();
+    Reschedule(clock_.Now());
 }
 
 bool TimedJobs::Entry::IsRunning() const noexcept {
@@ -174,39 +195,38 @@ void TimedJobs::RunLoop(Loop& loop) noexcept {
     loop.isSettled = true;
     loopSettled_.notify_all();
     while (!entries_.empty()) {
+        WaitUntilDue(lock, least);
         // A job that is due but still runs would make this loop spin.
-        least = WaitUntilDue(lock, least) && !QueueDueRuns(lock) ? leastAfterIdlePass
-                                                                 : Nanoseconds::zero();
+        least = QueueDueRuns(lock) ? Nanoseconds::zero() : leastAfterIdlePass;
     }
     loop_.reset();
 }
 
-// False when something changed meanwhile and the time has to be computed anew.
-bool TimedJobs::WaitUntilDue(Lock& lock, Nanoseconds least) noexcept {
-    constexpr std::chrono::hours longest(24 * 10);
+void TimedJobs::WaitUntilDue(Lock& lock, Nanoseconds least) noexcept {
     const TimePoint now = clock_.Now();
-    const Nanoseconds wait = std::min<Nanoseconds>(std::max(TimeToWait(now), least), longest);
+    const Nanoseconds wait = std::min<Nanoseconds>(std::max(TimeToWait(now), least), longestWait);
     if (wait == Nanoseconds::zero()) {
         lock.unlock();
         lock.lock();
-        return true;
+        return;
     }
-    const std::uint32_t changes = changes_;
-    while (clock_.Now() < now + wait) {
-        clock_.WaitUntil(wakeUp_, lock, now + wait);
-        if (changes_ != changes)
-            return false;
+    wakeTime_ = now + wait;
+    isLoopAsleep_ = true;
+    while (clock_.Now() < wakeTime_) {
+        sleepsUntil_ = wakeTime_;
+        clock_.WaitUntil(wakeUp_, lock, wakeTime_);
     }
-    return true;
+    isLoopAsleep_ = false;
 }
 
 // The time that has gone by is added, not taken off, so a wait is never shorter than the smallest
 // interval and a job may come late. Hosts have come to rely on the pace that this gives.
 Nanoseconds TimedJobs::TimeToWait(TimePoint now) const noexcept {
-    Nanoseconds shortest = Nanoseconds::max();
-    for (const auto& [id, entry] : entries_)
-        shortest = std::min(shortest, SaturatedSum(entry.interval, now - entry.lastRun));
-    return shortest;
+    if (byLead_.empty())
+        return Nanoseconds::max();
+    const Nanoseconds lead = byLead_.begin()->Lead();
+    const Nanoseconds elapsed = now.time_since_epoch();
+    return lead > Nanoseconds::max() - elapsed ? Nanoseconds::max() : lead + elapsed;
 }
 
 // In the order of registration. Returns whether there were any.
@@ -252,10 +272,14 @@ bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) no
     Entries::node_type ended;
     if (const auto entry = entries_.find(id); entry != entries_.end()) {
         entry->second.ticket = ticket;
-        if (isQueued)
-            entry->second.lastRun = now;
-        if (isQueued && !entry->second.repeat)
-            ended = entries_.extract(entry);
+        if (isQueued) {
+            Entries::node_type begun = Extract(entry);
+            begun.mapped().lastRun = now;
+            if (begun.mapped().repeat)
+                Insert(std::move(begun));
+            else
+                ended = std::move(begun);
+        }
     }
     lock.unlock();
     // By somebody who could not know this ticket.

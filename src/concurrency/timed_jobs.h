@@ -7,6 +7,9 @@
 #include "thread/clock.h"
 #include "thread/condition_variable.h"
 #include "thread/mutex.h"
+#include "thread/recycling.h"
+
+#include <boost/intrusive/set.hpp>
 
 #include <chrono>
 #include <cstdint>
@@ -14,6 +17,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 namespace kq::concurrency {
 
@@ -45,7 +49,11 @@ private:
     struct Registration;
     struct Run;
 
-    struct Entry {
+    struct Entry : boost::intrusive::set_base_hook<> {
+        Entry(bool theRepeat, Nanoseconds theInterval,
+              std::shared_ptr<Registration> theRegistration) noexcept
+            : repeat(theRepeat), interval(theInterval), registration(std::move(theRegistration)) {}
+
         bool repeat;
         TimePoint lastRun; ///< of the registration, later of the last time that a run was queued
         Nanoseconds interval;
@@ -54,15 +62,24 @@ private:
         std::weak_ptr<Run> run; ///< the last run, until it has ended
 
         bool IsRunning() const noexcept;
+        /// What the time to wait for this one is, less the time of the clock.
+        Nanoseconds Lead() const noexcept { return interval - lastRun.time_since_epoch(); }
+        friend bool operator<(const Entry& left, const Entry& right) noexcept {
+            return left.Lead() < right.Lead();
+        }
     };
     /// By id, which is the order of registration.
-    using Entries = std::map<std::int32_t, Entry>;
+    using Entries = std::map<std::int32_t, Entry, std::less<>,
+                             thread::RecyclingAllocator<std::pair<const std::int32_t, Entry>>>;
+
+    void Insert(Entries::node_type entry) noexcept;
+    Entries::node_type Extract(Entries::iterator entry) noexcept;
 
     void StartLoop(Lock& lock);
-    void NotifyLoop() noexcept;
+    void Reschedule(TimePoint now) noexcept;
 
     void RunLoop(Loop& loop) noexcept;
-    bool WaitUntilDue(Lock& lock, Nanoseconds least) noexcept;
+    void WaitUntilDue(Lock& lock, Nanoseconds least) noexcept;
     Nanoseconds TimeToWait(TimePoint now) const noexcept;
     bool QueueDueRuns(Lock& lock) noexcept;
     bool QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) noexcept;
@@ -72,9 +89,12 @@ private:
     thread::mutex mutex_; // guards everything below
     thread::condition_variable wakeUp_;
     thread::condition_variable loopSettled_; // or could not be started
-    std::uint32_t changes_ = 0;              // grows whenever the loop has to look again
+    bool isLoopAsleep_ = false;
+    TimePoint wakeTime_{};    // when it has to look again, while it sleeps
+    TimePoint sleepsUntil_{}; // not later than that, unless somebody has woken it
     Entries entries_;
-    std::shared_ptr<Loop> loop_; // null when there is none
+    boost::intrusive::multiset<Entry> byLead_; // the same ones
+    std::shared_ptr<Loop> loop_;               // null when there is none
     CJobTicket lastLoop_;
 };
 
