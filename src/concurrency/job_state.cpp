@@ -1,12 +1,13 @@
 #include "concurrency/job_state.h"
 
+#include <kq/thread/scoped_locks.h>
+
 #include "concurrency/finish_cascade.h"
 #include "concurrency/poll_bell.h"
 #include "thread/deadline.h"
 #include "thread/platform.h"
 
 #include <chrono>
-#include <mutex>
 #include <typeinfo>
 #include <utility>
 
@@ -108,7 +109,7 @@ void CJobState::Finish(JobStatus status, FinishCascade& cascade) noexcept {
 }
 
 bool CJobState::AddDependent(Dependent& dependent) noexcept {
-    const std::lock_guard guard(dependentsMutex_);
+    const thread::lock_guard guard(dependentsMutex_);
     // The mark and the status change in one word: either the finishing thread sees the mark, and
     // then waits for this mutex, or this thread sees that the job is finished.
     std::uint32_t word = word_.load(std::memory_order_acquire);
@@ -130,7 +131,7 @@ bool CJobState::AddDependent(Dependent& dependent) noexcept {
 }
 
 bool CJobState::RemoveDependent(Dependent& dependent) noexcept {
-    const std::lock_guard guard(dependentsMutex_);
+    const thread::lock_guard guard(dependentsMutex_);
     if (dependent.previous_ == nullptr)
         return false;
     if (dependent.next_ != nullptr)
@@ -148,7 +149,7 @@ bool CJobState::RemoveDependent(Dependent& dependent) noexcept {
 
 // Takes the list over; `RemoveDependent` finds nothing of it any more.
 Dependent* CJobState::DetachDependents() noexcept {
-    const std::lock_guard guard(dependentsMutex_);
+    const thread::lock_guard guard(dependentsMutex_);
     for (Dependent* dependent = dependents_; dependent != nullptr; dependent = dependent->next_)
         dependent->previous_ = nullptr;
     return std::exchange(dependents_, nullptr);

@@ -118,7 +118,7 @@ private:
     thread::mutex dependentsMutex_;
     const bool isInAdapter_ = false;
     // In the order of registration; circular over the first one's `previous_`.
-    Dependent* dependents_ = nullptr;
+    Dependent* dependents_ KQ_GUARDED_BY(dependentsMutex_) = nullptr;
 
     // Written before the job fails, read after.
     std::exception_ptr error_;

@@ -13,7 +13,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 
 namespace kq::concurrency {
 
@@ -35,7 +34,6 @@ public:
     void Close();
 
 private:
-    using Lock = std::unique_lock<thread::mutex>;
     using TimePoint = thread::Clock::TimePoint;
     using Nanoseconds = std::chrono::nanoseconds;
     /// Guarded by the mutex.
@@ -58,24 +56,25 @@ private:
     /// By id, which is the order of registration.
     using Entries = std::map<std::int32_t, Entry>;
 
-    void StartLoop(Lock& lock);
-    void NotifyLoop() noexcept;
+    void StartLoop() KQ_REQUIRES(mutex_);
+    void NotifyLoop() noexcept KQ_REQUIRES(mutex_);
 
-    void RunLoop(Loop& loop) noexcept;
-    bool WaitUntilDue(Lock& lock, Nanoseconds least) noexcept;
-    Nanoseconds TimeToWait(TimePoint now) const noexcept;
-    bool QueueDueRuns(Lock& lock) noexcept;
-    bool QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) noexcept;
+    void RunLoop(Loop& loop) noexcept KQ_EXCLUDES(mutex_);
+    bool WaitUntilDue(Nanoseconds least) noexcept KQ_REQUIRES(mutex_);
+    Nanoseconds TimeToWait(TimePoint now) const noexcept KQ_REQUIRES(mutex_);
+    bool QueueDueRuns() noexcept KQ_REQUIRES(mutex_);
+    bool QueueRun(Entries::value_type& due, TimePoint now) noexcept KQ_REQUIRES(mutex_);
 
     thread::Clock& clock_;
 
-    thread::mutex mutex_; // guards everything below
+    thread::mutex mutex_;
     thread::condition_variable wakeUp_;
     thread::condition_variable loopSettled_; // or could not be started
-    std::uint32_t changes_ = 0;              // grows whenever the loop has to look again
-    Entries entries_;
-    std::shared_ptr<Loop> loop_; // null when there is none
-    CJobTicket lastLoop_;
+    // Grows whenever the loop has to look again.
+    std::uint32_t changes_ KQ_GUARDED_BY(mutex_) = 0;
+    Entries entries_ KQ_GUARDED_BY(mutex_);
+    std::shared_ptr<Loop> loop_ KQ_GUARDED_BY(mutex_); // null when there is none
+    CJobTicket lastLoop_ KQ_GUARDED_BY(mutex_);
 };
 
 } // namespace kq::concurrency
