@@ -1,5 +1,7 @@
 #include "concurrency/job_state.h"
 
+#include <kq/thread/scoped_locks.h>
+
 #include "concurrency/finish_cascade.h"
 #include "concurrency/poll_bell.h"
 #include "thread/deadline.h"

@@ -1,5 +1,7 @@
 #include "concurrency/pending_jobs.h"
 
+#include <kq/thread/scoped_locks.h>
+
 #include "concurrency/finish_cascade.h"
 
 #include <utility>
@@ -155,7 +157,8 @@ std::shared_ptr<CQueueJobAdapter> PendingJobs::TakeFirstReady() noexcept {
     return job != nullptr ? TakeOut(*job) : nullptr;
 }
 
-std::shared_ptr<CQueueJobAdapter> PendingJobs::Poll(Lock& lock, FinishCascade& cascade) noexcept {
+std::shared_ptr<CQueueJobAdapter> PendingJobs::Poll(thread::mutex& held,
+                                                    FinishCascade& cascade) noexcept {
     std::shared_ptr<CQueueJobAdapter> taken;
     {
         const std::uint64_t end = nextSequence_;
@@ -168,14 +171,15 @@ std::shared_ptr<CQueueJobAdapter> PendingJobs::Poll(Lock& lock, FinishCascade& c
                 taken = TakeFirstReady();
 
             std::shared_ptr<Gate> gate = job.gate;
-            lock.unlock();
-            const StartInfo answer = gate->condition();
-            lock.lock();
+            StartInfo answer = StartInfo::Postpone;
+            {
+                const thread::unlock_guard released(held);
+                answer = gate->condition();
+            }
             if (gate->job == nullptr) {
                 // Taken out meanwhile, and the condition with it: this may be its last owner.
-                lock.unlock();
+                const thread::unlock_guard released(held);
                 gate.reset();
-                lock.lock();
             } else if (answer == StartInfo::Drop) {
                 cascade.Drop(TakeOut(job));
             } else if (answer == StartInfo::Start && taken == nullptr) {

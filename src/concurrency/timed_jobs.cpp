@@ -2,6 +2,7 @@
 
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/thread_pool.h>
+#include <kq/thread/scoped_locks.h>
 
 #include "concurrency/job_state.h"
 
@@ -69,7 +70,8 @@ TimedJobTicket TimedJobs::Register(std::function<void(const TimedJobTicket&)> jo
     Entries made; // outside the lock, with everything that may fail
     made.emplace(0, Entry(repeat, Saturated(interval), registration));
 
-    Lock lock(mutex_);
+    Entries::node_type takenBack;
+    const thread::lock_guard guard(mutex_);
     Entries::node_type entry = made.extract(made.begin());
     const std::int32_t id = ++lastId;
     entry.key() = ticket->id = registration->id = id;
@@ -78,17 +80,15 @@ TimedJobTicket TimedJobs::Register(std::function<void(const TimedJobTicket&)> jo
     Reschedule(now);
     // A loop that somebody else is starting will serve this job, unless it cannot be started.
     while (loop_ != nullptr && !loop_->isSettled)
-        loopSettled_.wait(lock);
+        loopSettled_.wait(mutex_);
     if (loop_ != nullptr || entries_.count(id) == 0)
         return ticket;
     try {
-        StartLoop(lock);
+        StartLoop();
     } catch (...) {
-        // Before anybody else starts a loop, which would serve it.
-        const auto failed = entries_.find(id);
-        const Entries::node_type takenBack =
-            failed != entries_.end() ? Extract(failed) : Entries::node_type();
-        lock.unlock();
+        // Before anybody else starts a loop, which would serve it. Destroyed after the lock.
+        if (const auto failed = entries_.find(id); failed != entries_.end())
+            takenBack = Extract(failed);
         throw;
     }
     return ticket;
@@ -106,25 +106,26 @@ TimedJobs::Entries::node_type TimedJobs::Extract(Entries::iterator entry) noexce
 }
 
 // The lock is released meanwhile: making a thread takes its time, and may fail.
-void TimedJobs::StartLoop(Lock& lock) {
+void TimedJobs::StartLoop() {
     const auto loop = std::make_shared<Loop>();
     loop_ = loop;
     const CJobTicket previous = lastLoop_;
-    lock.unlock();
     CJobTicket ticket;
     std::exception_ptr error;
-    try {
-        const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
-        ticket = (pool != nullptr ? *pool : threadPool.Get())
-                     .Start([self = shared_from_this(), loop, previous] {
-                         std::optional<std::string> ignored;
-                         previous.Wait(ignored);
-                         self->RunLoop(*loop);
-                     });
-    } catch (...) {
-        error = std::current_exception();
+    {
+        const thread::unlock_guard released(mutex_);
+        try {
+            const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
+            ticket = (pool != nullptr ? *pool : threadPool.Get())
+                         .Start([self = shared_from_this(), loop, previous] {
+                             std::optional<std::string> ignored;
+                             previous.Wait(ignored);
+                             self->RunLoop(*loop);
+                         });
+        } catch (...) {
+            error = std::current_exception();
+        }
     }
-    lock.lock();
     loopSettled_.notify_all();
     if (error && !loop->isSettled) {
         // The pool keeps the loop, and may find a thread for it much later.
@@ -152,7 +153,7 @@ void TimedJobs::Reschedule(TimePoint now) noexcept {
 bool TimedJobs::Unregister(std::int32_t id) {
     Entries::node_type removed;
     {
-        const std::lock_guard guard(mutex_);
+        const thread::lock_guard guard(mutex_);
         const auto entry = entries_.find(id);
         if (entry == entries_.end())
             return false;
@@ -169,14 +170,14 @@ bool TimedJobs::Unregister(std::int32_t id) {
 }
 
 bool TimedJobs::IsIdle(std::int32_t id) {
-    const std::lock_guard guard(mutex_);
+    const thread::lock_guard guard(mutex_);
     const auto entry = entries_.find(id);
     return entry != entries_.end() && !entry->second.IsRunning();
 }
 
 void TimedJobs::Close() {
     Entries entries;
-    const std::lock_guard guard(mutex_);
+    const thread::lock_guard guard(mutex_);
     byLead_.clear();
     entries.swap(entries_);
     Reschedule(clock_.Now());
@@ -189,32 +190,31 @@ bool TimedJobs::Entry::IsRunning() const noexcept {
 void TimedJobs::RunLoop(Loop& loop) noexcept {
     constexpr std::chrono::milliseconds leastAfterIdlePass(1);
     Nanoseconds least = Nanoseconds::zero();
-    Lock lock(mutex_);
+    const thread::lock_guard guard(mutex_);
     if (loop_.get() != &loop)
         return; // given up at its start
     loop.isSettled = true;
     loopSettled_.notify_all();
     while (!entries_.empty()) {
-        WaitUntilDue(lock, least);
+        WaitUntilDue(least);
         // A job that is due but still runs would make this loop spin.
-        least = QueueDueRuns(lock) ? Nanoseconds::zero() : leastAfterIdlePass;
+        least = QueueDueRuns() ? Nanoseconds::zero() : leastAfterIdlePass;
     }
     loop_.reset();
 }
 
-void TimedJobs::WaitUntilDue(Lock& lock, Nanoseconds least) noexcept {
+void TimedJobs::WaitUntilDue(Nanoseconds least) noexcept {
     const TimePoint now = clock_.Now();
     const Nanoseconds wait = std::min<Nanoseconds>(std::max(TimeToWait(now), least), longestWait);
     if (wait == Nanoseconds::zero()) {
-        lock.unlock();
-        lock.lock();
+        const thread::unlock_guard released(mutex_);
         return;
     }
     wakeTime_ = now + wait;
     isLoopAsleep_ = true;
     while (clock_.Now() < wakeTime_) {
         sleepsUntil_ = wakeTime_;
-        clock_.WaitUntil(wakeUp_, lock, wakeTime_);
+        clock_.WaitUntil(wakeUp_, mutex_, wakeTime_);
     }
     isLoopAsleep_ = false;
 }
@@ -230,7 +230,7 @@ Nanoseconds TimedJobs::TimeToWait(TimePoint now) const noexcept {
 }
 
 // In the order of registration. Returns whether there were any.
-bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
+bool TimedJobs::QueueDueRuns() noexcept {
     bool hasQueued = false;
     for (auto entry = entries_.begin(); entry != entries_.end();) {
         const TimePoint now = clock_.Now();
@@ -241,7 +241,7 @@ bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
         }
         // The entries may change while the run is queued.
         const std::int32_t id = entry->first;
-        hasQueued = QueueRun(lock, *entry, now) || hasQueued;
+        hasQueued = QueueRun(*entry, now) || hasQueued;
         entry = entries_.upper_bound(id);
     }
     return hasQueued;
@@ -249,7 +249,7 @@ bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
 
 // Releases the lock; `due` may be gone afterwards. When the run cannot be queued, because the queue
 // is gone or there is no memory, the job stays due.
-bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) noexcept {
+bool TimedJobs::QueueRun(Entries::value_type& due, TimePoint now) noexcept {
     const std::int32_t id = due.first;
     std::shared_ptr<Registration> registration = due.second.registration;
     std::shared_ptr<CJobQueue> queue;
@@ -258,7 +258,7 @@ bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) no
     try {
         auto run = std::make_shared<Run>(Run{registration});
         due.second.run = queuedRun = run;
-        lock.unlock();
+        const thread::unlock_guard released(mutex_);
         queue = jobQueue.GetShared();
         Job job([run = std::move(run)] { (*run)(); });
         if (queue != nullptr)
@@ -267,8 +267,6 @@ bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) no
         // A queue that found no thread has kept the run all the same, and then it is alive.
     }
     const bool isQueued = ticket.State() != nullptr || !queuedRun.expired();
-    if (!lock.owns_lock())
-        lock.lock();
     Entries::node_type ended;
     if (const auto entry = entries_.find(id); entry != entries_.end()) {
         entry->second.ticket = ticket;
@@ -281,14 +279,13 @@ bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) no
                 ended = std::move(begun);
         }
     }
-    lock.unlock();
+    const thread::unlock_guard released(mutex_);
     // By somebody who could not know this ticket.
     if (registration->isCancelled && queue != nullptr)
         Withdraw(*queue, ticket);
     registration.reset();
     queue.reset();
     ended = Entries::node_type();
-    lock.lock();
     return isQueued;
 }
 

@@ -16,7 +16,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 namespace kq::concurrency {
@@ -39,7 +38,6 @@ public:
     void Close();
 
 private:
-    using Lock = std::unique_lock<thread::mutex>;
     using TimePoint = thread::Clock::TimePoint;
     using Nanoseconds = std::chrono::nanoseconds;
     /// Guarded by the mutex.
@@ -72,30 +70,32 @@ private:
     using Entries = std::map<std::int32_t, Entry, std::less<>,
                              thread::RecyclingAllocator<std::pair<const std::int32_t, Entry>>>;
 
-    void Insert(Entries::node_type entry) noexcept;
-    Entries::node_type Extract(Entries::iterator entry) noexcept;
+    void Insert(Entries::node_type entry) noexcept KQ_REQUIRES(mutex_);
+    Entries::node_type Extract(Entries::iterator entry) noexcept KQ_REQUIRES(mutex_);
 
-    void StartLoop(Lock& lock);
-    void Reschedule(TimePoint now) noexcept;
+    void StartLoop() KQ_REQUIRES(mutex_);
+    void Reschedule(TimePoint now) noexcept KQ_REQUIRES(mutex_);
 
-    void RunLoop(Loop& loop) noexcept;
-    void WaitUntilDue(Lock& lock, Nanoseconds least) noexcept;
-    Nanoseconds TimeToWait(TimePoint now) const noexcept;
-    bool QueueDueRuns(Lock& lock) noexcept;
-    bool QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) noexcept;
+    void RunLoop(Loop& loop) noexcept KQ_EXCLUDES(mutex_);
+    void WaitUntilDue(Nanoseconds least) noexcept KQ_REQUIRES(mutex_);
+    Nanoseconds TimeToWait(TimePoint now) const noexcept KQ_REQUIRES(mutex_);
+    bool QueueDueRuns() noexcept KQ_REQUIRES(mutex_);
+    bool QueueRun(Entries::value_type& due, TimePoint now) noexcept KQ_REQUIRES(mutex_);
 
     thread::Clock& clock_;
 
-    thread::mutex mutex_; // guards everything below
+    thread::mutex mutex_;
     thread::condition_variable wakeUp_;
     thread::condition_variable loopSettled_; // or could not be started
-    bool isLoopAsleep_ = false;
-    TimePoint wakeTime_{};    // when it has to look again, while it sleeps
-    TimePoint sleepsUntil_{}; // not later than that, unless somebody has woken it
-    Entries entries_;
-    boost::intrusive::multiset<Entry> byLead_; // the same ones
-    std::shared_ptr<Loop> loop_;               // null when there is none
-    CJobTicket lastLoop_;
+    bool isLoopAsleep_ KQ_GUARDED_BY(mutex_) = false;
+    // When it has to look again, while it sleeps.
+    TimePoint wakeTime_ KQ_GUARDED_BY(mutex_){};
+    // Not later than that, unless somebody has woken it.
+    TimePoint sleepsUntil_ KQ_GUARDED_BY(mutex_){};
+    Entries entries_ KQ_GUARDED_BY(mutex_);
+    boost::intrusive::multiset<Entry> byLead_ KQ_GUARDED_BY(mutex_); // the same ones
+    std::shared_ptr<Loop> loop_ KQ_GUARDED_BY(mutex_);               // null when there is none
+    CJobTicket lastLoop_ KQ_GUARDED_BY(mutex_);
 };
 
 } // namespace kq::concurrency

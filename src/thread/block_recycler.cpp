@@ -1,10 +1,11 @@
 #include "thread/block_recycler.h"
 
+#include <kq/thread/scoped_locks.h>
+
 #include "thread/platform.h"
 
 #include <xmmintrin.h>
 
-#include <mutex>
 #include <new>
 #include <utility>
 
@@ -99,7 +100,7 @@ void BlockRecycler::Give(void* block) noexcept {
 
 BlockRecycler::Batch BlockRecycler::TakeBatch() {
     {
-        const std::lock_guard guard(mutex_);
+        const lock_guard guard(mutex_);
         if (batches_ != nullptr) {
             Block* const first = std::exchange(batches_, batches_->nextBatch);
             return {first, first->batchCount};
@@ -109,14 +110,14 @@ BlockRecycler::Batch BlockRecycler::TakeBatch() {
 }
 
 void BlockRecycler::GiveBatch(const Batch& batch) noexcept {
-    const std::lock_guard guard(mutex_);
+    const lock_guard guard(mutex_);
     Add(batch);
 }
 
 bool BlockRecycler::TryToGiveBatch(const Batch& batch) noexcept {
     if (!mutex_.try_lock())
         return false;
-    const std::lock_guard guard(mutex_, std::adopt_lock);
+    const lock_guard guard(mutex_, std::adopt_lock);
     Add(batch);
     return true;
 }
@@ -135,7 +136,7 @@ BlockRecycler::Batch BlockRecycler::CutSlab() {
     for (std::size_t i = blockCount; i != 0; --i)
         batch.Push(*new (memory + sizeof(Slab) + (i - 1) * blockSize_) Block);
     auto* const slab = new (memory) Slab{nullptr, blockCount, 0};
-    const std::lock_guard guard(mutex_);
+    const lock_guard guard(mutex_);
     slab->next = std::exchange(slabs_, slab);
     return batch;
 }
@@ -160,7 +161,7 @@ BlockRecycler::Batch BlockRecycler::TakeAllFree() noexcept {
     }
     Block* batches = nullptr;
     {
-        const std::lock_guard guard(mutex_);
+        const lock_guard guard(mutex_);
         batches = std::exchange(batches_, nullptr);
     }
     while (batches != nullptr) {
@@ -173,7 +174,7 @@ BlockRecycler::Batch BlockRecycler::TakeAllFree() noexcept {
 void BlockRecycler::Trim() noexcept {
     if (!trimMutex_.try_lock())
         return;
-    const std::lock_guard trimGuard(trimMutex_, std::adopt_lock);
+    const lock_guard trimGuard(trimMutex_, std::adopt_lock);
 
     Batch free = TakeAllFree();
     for (Block* block = free.first; block != nullptr; block = block->next)
@@ -190,7 +191,7 @@ void BlockRecycler::Trim() noexcept {
 
     Slab* unused = nullptr;
     {
-        const std::lock_guard guard(mutex_);
+        const lock_guard guard(mutex_);
         for (Slab** link = &slabs_; *link != nullptr;) {
             Slab& slab = **link;
             if (slab.IsFree()) {

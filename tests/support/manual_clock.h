@@ -28,10 +28,9 @@ public:
         return now_;
     }
 
-    void WaitUntil(kq::thread::condition_variable& variable,
-                   std::unique_lock<kq::thread::mutex>& lock,
-                   TimePoint deadline) noexcept override {
-        Waiter waiter{variable, *lock.mutex(), deadline};
+    void WaitUntil(kq::thread::condition_variable& variable, kq::thread::mutex& held,
+                   TimePoint deadline) noexcept override KQ_REQUIRES(held) {
+        Waiter waiter{variable, held, deadline};
         {
             const std::lock_guard guard(mutex_);
             if (deadline <= now_)
@@ -40,15 +39,12 @@ public:
             changed_.notify_all();
         }
         // Whoever moves the clock now comes by the caller's mutex before it notifies.
-        variable.wait(lock);
-        lock.unlock();
-        {
-            std::unique_lock own(mutex_);
-            waiters_.remove(&waiter);
-            changed_.wait(own, [&] { return !waiter.isBeingWoken; });
-            changed_.notify_all();
-        }
-        lock.lock();
+        variable.wait(held);
+        const kq::thread::unlock_guard released(held);
+        std::unique_lock own(mutex_);
+        waiters_.remove(&waiter);
+        changed_.wait(own, [&] { return !waiter.isBeingWoken; });
+        changed_.notify_all();
     }
 
     /// Moves the clock, and wakes those whose deadline has come. From any thread, also from one
