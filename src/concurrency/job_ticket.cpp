@@ -30,7 +30,7 @@ void CJobTicket::Wait(std::optional<std::string>& error) const {
 bool CJobTicket::Wait(unsigned long milliseconds) const {
     if (!state_)
         return true;
-    if (!state_->Wait(milliseconds))
+    if (!state_->Wait(static_cast<std::uint32_t>(milliseconds)))
         return false;
     RethrowFailure(*state_);
     return true;
@@ -39,7 +39,7 @@ bool CJobTicket::Wait(unsigned long milliseconds) const {
 bool CJobTicket::Wait(unsigned long milliseconds, std::optional<std::string>& error) const {
     if (!state_)
         return true;
-    const bool finished = state_->Wait(milliseconds);
+    const bool finished = state_->Wait(static_cast<std::uint32_t>(milliseconds));
     error = finished ? state_->ErrorText() : std::nullopt;
     return finished;
 }
