@@ -6,11 +6,15 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 using namespace kq::concurrency;
 using kq_test::Event;
@@ -61,35 +65,40 @@ TEST(ThisJob, IsKnownWhileTheCallableIsDestroyed) {
 }
 
 TEST(ThisJob, ThrowsOnTheSameThreadAfterTheJob) {
-    // The one thread of the pool runs a function of ours after its last job: the end of its
-    // factory's Job.
-    std::string afterwards;
-    Event finished;
+    // Each thread of the pool runs a function of ours after its last job: the end of its factory's
+    // Job.
+    std::mutex mutex;
+    std::vector<std::string> afterwards;
     struct Thread final : CThread {
-        Thread(const Job& function, std::string& text, Event& end)
-            : thread_([function, &text, &end] {
+        Thread(const Job& function, std::function<void()> last)
+            : thread_([this, function, last = std::move(last)] {
                   function();
-                  text = TextOutside();
-                  end.Set();
-              }),
-              end_(end) {}
+                  last();
+                  end_.Set();
+              }) {}
         ~Thread() override { thread_.join(); }
         void Wait() const override { end_.Wait(); }
         bool IsFinished() const override { return end_.IsSet(); }
 
     private:
+        Event end_;
         std::thread thread_;
-        const Event& end_;
     };
     {
         CThreadPool pool(1, [&](const Job& function) -> std::unique_ptr<CThread> {
-            return std::make_unique<Thread>(function, afterwards, finished);
+            const auto last = [&] {
+                const std::lock_guard guard(mutex);
+                afterwards.push_back(TextOutside());
+            };
+            return std::make_unique<Thread>(function, last);
         });
         pool.Start([] {}).Wait();
         std::optional<std::string> error;
         pool.Start([] { throw 1; }).Wait(error);
     }
-    EXPECT_EQ(afterwards, outsideText);
+    ASSERT_FALSE(afterwards.empty());
+    for (const std::string& text : afterwards)
+        EXPECT_EQ(text, outsideText);
 }
 
 TEST(ThisJob, CanBeWaitedForByAJobThatItQueues) {
