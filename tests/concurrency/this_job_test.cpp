@@ -56,12 +56,18 @@ TEST(ThisJob, IsTheTicketOfTheQueuedJobAndNotOfTheLoopThatRunsIt) {
 
 TEST(ThisJob, IsKnownWhileTheCallableIsDestroyed) {
     CThreadPool pool;
-    CJobTicket inside;
-    const CJobTicket outside =
-        pool.Start([token = kq_test::OnDestruction([&] { inside = thisJob(); })] {});
+    CJobTicket inside, outside;
+    // The pool copies the job: the token ends with that copy once the original is gone.
+    Event isOriginalGone;
+    {
+        const Job original([&, token = kq_test::OnDestruction([&] { inside = thisJob(); })] {
+            isOriginalGone.Wait();
+        });
+        outside = pool.Start(original);
+    }
+    isOriginalGone.Set();
     outside.Wait();
-    // The pool copied the job: the token may have ended with the original, on this thread.
-    SUCCEED();
+    EXPECT_TRUE(inside == outside);
 }
 
 TEST(ThisJob, ThrowsOnTheSameThreadAfterTheJob) {
