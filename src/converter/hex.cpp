@@ -2,15 +2,18 @@
 
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 // Digits are computed, not looked up: without a table and without a branch, compilers turn both
 // loops into vector code. Wide characters are moved by memcpy, because older callers pass buffers
-// at odd addresses.
+// at odd addresses. Two of them fill a word.
 
 namespace {
 
-using Character = std::uint16_t;
-static_assert(sizeof(wchar_t) == sizeof(Character));
+using Character = std::make_unsigned_t<wchar_t>;
+using Pair = std::conditional_t<sizeof(Character) == 2, std::uint32_t, std::uint64_t>;
+static_assert(sizeof(Pair) == 2 * sizeof(Character));
+constexpr unsigned characterBits = 8 * sizeof(Character);
 
 constexpr Character DigitOf(unsigned nibble) noexcept {
     return static_cast<Character>('0' + nibble + (nibble > 9 ? 'a' - '9' - 1 : 0));
@@ -36,8 +39,8 @@ wchar_t* Mem2Hex(wchar_t* out, void const* data, unsigned long long length) noex
     const auto* const source = static_cast<const unsigned char*>(data);
     for (unsigned long long i = 0; i != length; ++i) {
         const unsigned byte = source[i];
-        const std::uint32_t pair =
-            DigitOf(byte >> 4) | static_cast<std::uint32_t>(DigitOf(byte & 15)) << 16;
+        const Pair pair = DigitOf(byte >> 4) | static_cast<Pair>(DigitOf(byte & 15))
+                                                   << characterBits;
         std::memcpy(target + i * sizeof(pair), &pair, sizeof(pair));
     }
     return out + 2 * length;
