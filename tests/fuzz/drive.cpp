@@ -84,7 +84,7 @@ std::vector<std::string> ContentsOf(const std::vector<fs::path>& paths) {
     return contents;
 }
 
-// The input that runs, for whoever has to say which it was.
+// The input that runs, for whoever has to say which it was; null between two.
 const std::string* running = nullptr;
 
 void SaveRunning() {
@@ -106,7 +106,12 @@ void RunOne(const std::string& input) {
     running = &input;
     // In memory of its own, without the room that a string leaves.
     const std::vector<std::uint8_t> bytes(input.begin(), input.end());
-    LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+    try {
+        LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+    } catch (...) {
+        SaveRunning();
+        throw;
+    }
     running = nullptr;
 }
 
@@ -143,6 +148,5 @@ int main(int argc, char** argv) {
     } catch (...) {
         std::printf("kq fuzz: failed with an exception of another kind\n");
     }
-    SaveRunning();
     return exitCodeOfFailure;
 }

@@ -9,6 +9,7 @@
 #include <string>
 
 using kq::xml::DomDocument;
+using kq::xml::DomElement;
 using kq::xml::DomNode;
 using kq_fuzz::Require;
 
@@ -27,30 +28,52 @@ std::optional<Document> Parse(const std::wstring& text) {
     }
 }
 
-/// Visits all nodes; returns how many there are.
+/// Calls `question`, which may fail as documented.
+template <class Question>
+void Ask(Question question) {
+    try {
+        question();
+    } catch (const std::runtime_error& error) {
+        const std::string text = error.what();
+        for (const char* const documented :
+             {"Failed to get default namespace!", "Failed to get node value!",
+              "Node value is not a string!", "Failed to get attributes!", "Failed to get item!",
+              "Failed to get child node!", "Failed to get child nodes!"})
+            if (text == documented)
+                return;
+        throw;
+    }
+}
+
+/// Visits all nodes; returns how many there are. Platforms that take document types, or prefixes
+/// that are not declared, fail for some of what is in them.
 std::size_t Walk(const DomNode& node) {
     std::size_t count = 1;
-    static_cast<void>(node.GetNamespaceURI());
-    if (node.HasValue())
-        static_cast<void>(node.GetValue());
-    const auto children = node.GetChildNodes();
-    Require(node.HasChildNodes() == !children.empty(), "whether there are children");
-    for (const auto& child : children) {
-        Require(!child->GetName().empty(), "a name");
-        count += Walk(*child);
+    Require(!node.GetName().empty(), "a name");
+    Ask([&node] { static_cast<void>(node.GetNamespaceURI()); });
+    Ask([&node] {
+        if (node.HasValue())
+            static_cast<void>(node.GetValue());
+    });
+    Ask([&node, &count] {
+        for (const auto& child : node.GetChildNodes())
+            count += Walk(*child);
+    });
+    if (dynamic_cast<const DomElement*>(&node) != nullptr) {
+        Require(node.HasChildNodes() == !node.GetChildNodes().empty(), "whether it has children");
+        Ask([&node] {
+            for (const auto& [name, attribute] : node.GetAttributes())
+                Require(attribute->GetName() == name, "the name of an attribute");
+        });
     }
     return count;
 }
 
-void Ask(const DomNode& node, const std::wstring& xpath) {
-    try {
+void Select(const DomNode& node, const std::wstring& xpath) {
+    Ask([&] {
         const bool hasAny = node.HasChildNode(xpath);
         Require(node.GetChildNodes(xpath).empty() == !hasAny, "what a path selects");
-    } catch (const std::runtime_error& error) {
-        const std::string text = error.what();
-        Require(text == "Failed to get child node!" || text == "Failed to get child nodes!",
-                "the text of a failed look-up");
-    }
+    });
 }
 
 } // namespace
@@ -65,11 +88,16 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         return 0;
     const std::size_t count = Walk(**document);
     if (zero != std::string::npos)
-        Ask(**document, kq::converter::ConvertUtf8ToUcs2(all.substr(zero + 1)));
+        Select(**document, kq::converter::ConvertUtf8ToUcs2(all.substr(zero + 1)));
     const std::wstring saved = (*document)->SaveText();
     const auto again = Parse(saved);
     Require(again.has_value(), "what was saved is read");
-    Require((*again)->SaveText() == saved, "what was read is saved as before");
-    Require(count == 0 || Walk(**again) != 0, "the nodes");
+    const std::size_t countAgain = Walk(**again);
+    const std::wstring savedAgain = (*again)->SaveText();
+    // Platforms that take prefixes that are not declared lose one each time.
+    if (saved.find(L':') == std::wstring::npos) {
+        Require(savedAgain == saved, "what was read is saved as before");
+        Require(countAgain == count, "as many nodes as before");
+    }
     return 0;
 }
