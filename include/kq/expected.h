@@ -14,6 +14,7 @@ struct unexpected {
     E error; ///< the reason
 };
 
+/// An `unexpected` of the reason's own type.
 template <class E>
 unexpected(E) -> unexpected<E>;
 
@@ -22,6 +23,7 @@ unexpected(E) -> unexpected<E>;
 template <class E>
 class bad_expected_access : public std::logic_error {
 public:
+    /// Carries `reason`.
     explicit bad_expected_access(E reason)
         : std::logic_error("Value not available!"), error_(std::move(reason)) {}
 
@@ -36,7 +38,9 @@ private:
 template <class T, class E>
 class expected {
 public:
+    /// Holds `value`.
     expected(T value) : content_(std::in_place_index<0>, std::move(value)) {}
+    /// Holds the reason why there is no value.
     template <class G>
     expected(unexpected<G> reason) : content_(std::in_place_index<1>, std::move(reason.error)) {}
 
@@ -78,7 +82,9 @@ private:
 template <class E>
 class expected<void, E> {
 public:
+    /// A success.
     expected() noexcept = default;
+    /// Holds the reason why there was no success.
     template <class G>
     expected(unexpected<G> reason) : error_(std::move(reason.error)) {}
 

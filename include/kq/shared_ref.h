@@ -11,6 +11,7 @@ namespace kq {
 /// What `dynamic_reference_cast` throws. `what()` is "bad dynamic_reference_cast".
 class bad_dynamic_reference_cast : public std::bad_cast {
 public:
+    /// The text.
     const char* what() const noexcept override { return "bad dynamic_reference_cast"; }
 };
 
@@ -34,8 +35,10 @@ public:
     /// As above, without touching the reference count.
     shared_ref(Ptr<T>&& pointer) : pointer_(std::move(pointer)) { RequireObject(); }
 
-    shared_ref(const shared_ref&) noexcept = default;
-    shared_ref& operator=(const shared_ref&) noexcept = default;
+    /// Shares the ownership of `other`'s object; so do moves.
+    shared_ref(const shared_ref& other) noexcept = default;
+    /// As the constructor.
+    shared_ref& operator=(const shared_ref& other) noexcept = default;
 
     /// Refers to the same object through a base.
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>

@@ -3,8 +3,11 @@
 
 #include <kq/export.h>
 
+/// The version of these headers: changes with the binary interface.
 #define KQ_VERSION_MAJOR 0
+/// Grows with additions.
 #define KQ_VERSION_MINOR 1
+/// Grows with corrections.
 #define KQ_VERSION_PATCH 0
 
 namespace kq {

@@ -62,6 +62,7 @@ public:
     friend bool operator==(const CJobTicket& left, const CJobTicket& right) noexcept {
         return left.state_ == right.state_;
     }
+    /// Whether they refer to different jobs.
     friend bool operator!=(const CJobTicket& left, const CJobTicket& right) noexcept {
         return !(left == right);
     }
@@ -69,12 +70,15 @@ public:
     friend bool operator<(const CJobTicket& left, const CJobTicket& right) noexcept {
         return std::less<>()(left.state_.get(), right.state_.get());
     }
+    /// The reverse of that order.
     friend bool operator>(const CJobTicket& left, const CJobTicket& right) noexcept {
         return right < left;
     }
+    /// The same order.
     friend bool operator<=(const CJobTicket& left, const CJobTicket& right) noexcept {
         return !(right < left);
     }
+    /// The same order, reversed.
     friend bool operator>=(const CJobTicket& left, const CJobTicket& right) noexcept {
         return !(left < right);
     }

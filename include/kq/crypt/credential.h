@@ -40,6 +40,7 @@ public:
         virtual ~Interface();
 
     protected:
+        /// For `Clone`.
         Interface(const Interface&) = default;
     };
 
@@ -48,9 +49,11 @@ public:
     KQ_API explicit Credential(std::unique_ptr<Interface> implementation);
     /// An independent copy, by `Clone`.
     KQ_API Credential(const Credential& other);
+    /// Takes over what `other` holds.
     KQ_API Credential(Credential&& other) noexcept;
     /// As the constructors.
     KQ_API Credential& operator=(const Credential& other);
+    /// As the constructors.
     KQ_API Credential& operator=(Credential&& other) noexcept;
     /// Overwrites the secret.
     KQ_API ~Credential();
@@ -68,6 +71,7 @@ public:
     /// Whether the user names have the same characters, upper and lower case told apart, and the
     /// secrets the same bytes. What `MkCredential` made equals nothing that a host implemented.
     friend KQ_API bool operator==(const Credential& left, const Credential& right);
+    /// The opposite.
     friend KQ_API bool operator!=(const Credential& left, const Credential& right);
 
 private:

@@ -16,6 +16,7 @@ namespace crypt {
 /// The credential manager refused to keep a credential. `what()` is "Error saving to store".
 class StoreSaveError : public std::exception {
 public:
+    /// The text.
     const char* what() const noexcept override { return "Error saving to store"; }
 };
 
@@ -49,7 +50,9 @@ public:
     /// A store of a host's own making. Throws `std::invalid_argument("Store may not be NULL!")` for
     /// a null pointer.
     KQ_API explicit Store(std::unique_ptr<Interface> implementation);
+    /// Takes over what `other` holds.
     KQ_API Store(Store&& other) noexcept;
+    /// As above; what this store held in memory is destroyed.
     KQ_API Store& operator=(Store&& other) noexcept;
     KQ_API ~Store();
 

@@ -17,7 +17,8 @@ public:
     /// Does nothing in this build.
     // NOLINTNEXTLINE(performance-trivially-destructible): hosts built with this one may meet others
     KQ_API ~MemoryLeakDetection();
-    MemoryLeakDetection(MemoryLeakDetection const&) = default;
+    /// Copies the snapshot of `other`.
+    MemoryLeakDetection(MemoryLeakDetection const& other) = default;
     /// Takes over the snapshot of `other`.
     KQ_API MemoryLeakDetection& operator=(MemoryLeakDetection const& other) noexcept;
 

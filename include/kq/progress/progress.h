@@ -33,7 +33,7 @@ enum class ERequest : std::uint32_t {
 
 /// What observers of a root get to see.
 struct ProgressState {
-    EProgressStatus status = EProgressStatus::Active;
+    EProgressStatus status = EProgressStatus::Active; ///< where the work stands
     double progress = 0.0; ///< the fraction done: from 0, and never above 1
     /// Seconds that the work has run, in whole milliseconds, without the time for which it was
     /// suspended. As of the last change of the fraction, the texts or the end.
@@ -41,9 +41,9 @@ struct ProgressState {
     std::wstring name;                 ///< of the root
     std::wstring text;                 ///< of the current step
     std::optional<std::wstring> note1; ///< the notes are the owner's to use
-    std::optional<std::wstring> note2;
-    std::optional<std::wstring> note3;
-    std::optional<std::wstring> note4;
+    std::optional<std::wstring> note2; ///< the second one
+    std::optional<std::wstring> note3; ///< the third one
+    std::optional<std::wstring> note4; ///< the fourth one
     std::optional<double> measure; ///< the work's to use; 0 when it has finished while this is set
 };
 
@@ -137,11 +137,17 @@ protected:
 /// object from `CreateChild` all but `SetMeasure` do nothing.
 class IProgressRoot : public IProgress {
 public:
+    /// The name of the whole.
     virtual void SetName(std::wstring const& name) = 0;
+    /// The text of the current step.
     virtual void SetText(std::wstring const& text) = 0;
+    /// A note for whoever shows the progress; nothing removes it.
     virtual void SetNote1(std::optional<std::wstring> note) = 0;
+    /// A second one.
     virtual void SetNote2(std::optional<std::wstring> note) = 0;
+    /// A third one.
     virtual void SetNote3(std::optional<std::wstring> note) = 0;
+    /// A fourth one.
     virtual void SetNote4(std::optional<std::wstring> note) = 0;
     /// Whether observers can cancel the work.
     virtual void SetCancelable(bool cancelable) = 0;
@@ -149,7 +155,7 @@ public:
     virtual void SetSuspendable(bool suspendable) = 0;
     /// See `IProgressSignaler::GetUserValue`.
     virtual void SetUserValue(unsigned int value) = 0;
-    /// A NaN differs from everything, itself included.
+    /// A figure of the work's own, such as a rate. A NaN differs from everything, itself included.
     virtual void SetMeasure(std::optional<double> measure) = 0;
 };
 

@@ -74,6 +74,7 @@ KQ_API std::unique_ptr<IProgressSignaler> CreateSignaler(IProgressRoot& root);
 /// Whether both are handles on the same state, not only on equal ones. Throw `std::bad_cast` on
 /// another implementation.
 KQ_API bool operator==(IProgressSignaler const& left, IProgressSignaler const& right);
+/// The opposite.
 KQ_API bool operator!=(IProgressSignaler const& left, IProgressSignaler const& right);
 
 } // namespace progress

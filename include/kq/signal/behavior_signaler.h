@@ -28,6 +28,7 @@ public:
     /// Those sinks that were connected when a value was stored. False when there were none.
     class Audience {
     public:
+        /// Whether there were any.
         explicit operator bool() const noexcept { return mark_ != 0; }
 
     private:
@@ -37,6 +38,7 @@ public:
         Mark mark_;
     };
 
+    /// The last value is `initial` until another one is emitted.
     // NOLINTNEXTLINE(modernize-pass-by-value): the parameter is given
     explicit CBehaviorSignaler(T const& initial) : last_(initial) {}
     CBehaviorSignaler(const CBehaviorSignaler&) = delete;

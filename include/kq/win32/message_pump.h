@@ -13,9 +13,11 @@ namespace win32 {
 struct ThreadId {
     std::uint32_t value; ///< as `GetCurrentThreadId` yields it
 
+    /// Whether they are the same thread, or both none.
     friend bool operator==(ThreadId left, ThreadId right) noexcept {
         return left.value == right.value;
     }
+    /// The opposite.
     friend bool operator!=(ThreadId left, ThreadId right) noexcept { return !(left == right); }
 };
 

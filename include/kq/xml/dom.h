@@ -57,6 +57,7 @@ public:
     /// The document that the node belongs to, whether or not it is part of its tree; a document
     /// belongs to itself. Throws `_com_error` when the platform fails.
     virtual shared_ref<const DomDocument, boost::shared_ptr> GetOwnerDocument() const = 0;
+    /// As above.
     virtual shared_ref<DomDocument, boost::shared_ptr> GetOwnerDocument() = 0;
 
     /// The name of an element or attribute, with its prefix; the target of a processing
@@ -112,6 +113,7 @@ public:
     /// is no valid expression.
     virtual shared_ref<const DomNode, boost::shared_ptr> GetChildNode(
         const std::wstring& xpath) const = 0;
+    /// As above.
     virtual shared_ref<DomNode, boost::shared_ptr> GetChildNode(const std::wstring& xpath) = 0;
 
     /// Appends `child` to the children of this node, and takes it from where it stood before.
@@ -221,6 +223,7 @@ public:
     /// The document element. Throws `std::logic_error("Child node not available!")` when there is
     /// none, and otherwise as `GetChildNode` does.
     virtual shared_ref<const DomElement, boost::shared_ptr> GetDocumentElement() const = 0;
+    /// As above.
     virtual shared_ref<DomElement, boost::shared_ptr> GetDocumentElement() = 0;
 
     /// A new element, which is not yet part of the tree. `name` may have a prefix, which is then
