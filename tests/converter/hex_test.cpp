@@ -1,5 +1,7 @@
 #include <kq/converter/hex.h>
 
+#include "support/page_end.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -68,7 +70,7 @@ TEST(Mem2Hex, WritesEveryByteValue) {
 }
 
 TEST(Mem2Hex, WritesEveryLength) {
-    for (std::size_t length = 0; length != 200; ++length) {
+    for (std::size_t length = 0; length != 201; ++length) {
         const Bytes bytes = SomeBytes(length);
         EXPECT_EQ(HexOf(bytes), SlowHexOf(bytes)) << length;
     }
@@ -92,6 +94,22 @@ TEST(Mem2Hex, TakesBuffersAtAnyAddress) {
             std::memcmp(target.data() + offset, expected.data(), expected.size() * sizeof(wchar_t)),
             0)
             << offset;
+    }
+}
+
+TEST(Mem2Hex, TouchesNothingBehindItsBuffers) {
+    const PageEnd source;
+    const PageEnd target;
+    for (std::size_t length = 0; length != 201; ++length) {
+        const Bytes bytes = SomeBytes(length);
+        const std::wstring expected = SlowHexOf(bytes);
+        std::memcpy(source.Last(length), bytes.data(), length);
+        const std::size_t size = expected.size() * sizeof(wchar_t);
+        unsigned char* const text = target.Last(size);
+        text[-1] = 0x5A;
+        Mem2Hex(reinterpret_cast<wchar_t*>(text), source.Last(length), length);
+        EXPECT_EQ(std::memcmp(text, expected.data(), size), 0) << length;
+        EXPECT_EQ(text[-1], 0x5A) << length;
     }
 }
 
@@ -139,8 +157,30 @@ TEST(Hex2Mem, GivesEveryCharacterItsValueInBothPlaces) {
     EXPECT_TRUE(BytesOf(text) == expected);
 }
 
+// Next to the digits, and what has the low byte of a digit or becomes one when cut short.
+TEST(Hex2Mem, CountsOtherCharactersAsZeroWhereverTheyStand) {
+    const std::wstring others = {L'\0',    L'/',      L':',      L'@',      L'G',      L'`',
+                                 L'g',     L'\x7f',   L'\xb0',   L'\xe1',   L'\xff',   L'\x130',
+                                 L'\x161', L'\x3000', L'\x7fff', L'\x8030', L'\xff46', L'\xffff'};
+    constexpr std::size_t lengths[] = {1, 2, 8, 15, 16, 17, 31, 32, 33, 47, 48, 49, 64, 65};
+    for (const std::size_t length : lengths) {
+        const Bytes bytes = SomeBytes(length);
+        const std::wstring text = SlowHexOf(bytes);
+        for (std::size_t place = 0; place != text.size(); ++place)
+            for (const wchar_t other : others) {
+                std::wstring misplaced = text;
+                misplaced[place] = other;
+                Bytes expected = bytes;
+                expected[place / 2] &= place % 2 == 0 ? 0x0F : 0xF0;
+                ASSERT_EQ(BytesOf(misplaced), expected)
+                    << "length " << length << ", place " << place << ", character "
+                    << static_cast<unsigned>(other);
+            }
+    }
+}
+
 TEST(Hex2Mem, ReadsBackWhatMem2HexWroteAtEveryLength) {
-    for (std::size_t length = 0; length != 200; ++length) {
+    for (std::size_t length = 0; length != 201; ++length) {
         const Bytes bytes = SomeBytes(length);
         EXPECT_EQ(BytesOf(HexOf(bytes)), bytes) << length;
     }
@@ -156,6 +196,23 @@ TEST(Hex2Mem, TakesBuffersAtAnyAddress) {
         Hex2Mem(target.data() + offset, reinterpret_cast<wchar_t*>(source.data() + offset),
                 text.size());
         EXPECT_EQ(std::memcmp(target.data() + offset, bytes.data(), bytes.size()), 0) << offset;
+    }
+}
+
+TEST(Hex2Mem, TouchesNothingBehindItsBuffers) {
+    const PageEnd source;
+    const PageEnd target;
+    for (std::size_t count = 0; count != 401; ++count) {
+        const Bytes bytes = SomeBytes(count / 2);
+        std::wstring text = SlowHexOf(bytes);
+        text.resize(count, L'7'); // an odd last one
+        const std::size_t size = count * sizeof(wchar_t);
+        std::memcpy(source.Last(size), text.data(), size);
+        unsigned char* const result = target.Last(bytes.size());
+        result[-1] = 0x5A;
+        Hex2Mem(result, reinterpret_cast<wchar_t*>(source.Last(size)), count);
+        EXPECT_EQ(std::memcmp(result, bytes.data(), bytes.size()), 0) << count;
+        EXPECT_EQ(result[-1], 0x5A) << count;
     }
 }
 
