@@ -18,7 +18,7 @@ std::ofstream& Results() {
 
 std::string NumberOf(double value) {
     char text[32] = "";
-    std::snprintf(text, sizeof(text), "%g", value);
+    std::snprintf(text, sizeof(text), value >= 100 ? "%.0f" : "%.3g", value);
     return text;
 }
 

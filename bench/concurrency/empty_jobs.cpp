@@ -99,10 +99,10 @@ void Growth() {
     constexpr std::size_t least = 1'000;
     constexpr std::size_t most = 1'000'000;
     KqExecutor executor;
-    Row row("The same with 1,000 jobs, and with 1,000,000", "ns/job");
+    Row row("1,000 empty jobs, and 1,000,000", "ns/job");
     EnterEmptyJobs(row, "kq, 1,000", executor, least, most / 4);
     EnterEmptyJobs(row, "kq, 1,000,000", executor, most, most);
-    Row heldBack("The same while the pool is held back until all are pending", "ns/job");
+    Row heldBack("1,000 empty jobs, and 1,000,000, all pending at once", "ns/job");
     heldBack.Enter("kq, 1,000 pending", [] { return EmptyJobsHeldBack(least, 200); });
     heldBack.Enter("kq, 1,000,000 pending", [] { return EmptyJobsHeldBack(most, 1); });
     Measure({&row, &heldBack}, 9);
@@ -111,7 +111,7 @@ void Growth() {
     constexpr double bound = 1.15;
     ReportFigure("Growth of a job's cost from 1,000 to 1,000,000", "times",
                  Ratio(row.CostOf(1), row.CostOf(0)), bound);
-    ReportFigure("The same, all pending at once", "times",
+    ReportFigure("Growth of the same, all pending at once", "times",
                  Ratio(heldBack.CostOf(1), heldBack.CostOf(0)), bound);
 }
 

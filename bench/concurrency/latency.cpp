@@ -80,7 +80,7 @@ void WakeUps() {
     Counted<AsioPosts> posts;
     AsioFutures futures;
     StdAsync async;
-    Row row("Queue to done, the pool asleep", "us/job");
+    Row row("Queue to done, the pool asleep", "µs/job");
     EnterWakeUp(row, kqName, executor);
     EnterWakeUp(row, workName, work);
     EnterWakeUp(row, callbackName, callbacks);

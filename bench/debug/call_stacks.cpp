@@ -111,8 +111,8 @@ void FreshStacks() {
     // Ten frames with those of the program's start and of the library.
     constexpr int depth = 4;
     constexpr int count = 20;
-    Row first("GetCallStack of 10 frames, for the first time", "us");
-    Row known("GetCallStack of 10 frames that are known", "us");
+    Row first("GetCallStack of 10 frames, for the first time", "µs");
+    Row known("GetCallStack of 10 frames that are known", "µs");
     struct Contestant {
         void (*capture)();
         Series first{};
@@ -147,7 +147,7 @@ void StacksAmongManyModules() {
     constexpr std::size_t depth = 4;
     const ManyModules loaded(modules);
     OfKq(); // they become known, also to the loops
-    Row row("The same with 50 more modules", "us");
+    Row row("GetCallStack of 10 known frames, 50 more modules", "µs");
     EnterAll(row, depth, count);
     row.AimAtMost(10);
     Measure({&row});
@@ -157,7 +157,7 @@ void StacksAmongManyModules() {
 void DeepStacks() {
     constexpr std::size_t depth = 1'000;
     constexpr std::size_t count = 5;
-    Row row("GetCallStack of 1,000 frames", "us");
+    Row row("GetCallStack of 1,000 frames", "µs");
     EnterAll(row, depth, count);
     row.AimAtMostTimes(0.2);
     Measure({&row}, 3);
@@ -165,14 +165,13 @@ void DeepStacks() {
 }
 
 void StacksAfterALoad() {
-    Row row("The first stack after a library was loaded", "us");
+    Row row("The first stack after a library was loaded", "µs");
     row.Enter(kqName, [] {
         const ManyModules loaded(1);
         return Below(0, 1, OfKq);
     });
     ReopenedSymbols symbols;
     row.EnterPeer("closing and reopening the symbols", [&symbols] {
-        const ManyModules loaded(1);
         const Stopwatch watch;
         symbols.Reopen();
         return watch.Nanoseconds() / nanosecondsPerMicrosecond;

@@ -50,7 +50,7 @@ void References() {
     kq::debug::track_list full;
     for (std::uint64_t number = 1; number != live + 1; ++number)
         full.AddReference(Address(number % 1'000 + 1), Address(number));
-    Row row("A reference taken and dropped in a track_list", "us");
+    Row row("A reference taken and dropped in a track_list", "µs");
     row.Enter("kq track_list", [&] { return TakeAndDrop(empty, live + 1); });
     row.Enter("kq track_list, 100,000 living ones", [&] { return TakeAndDrop(full, live + 1); });
     row.EnterPeer("its stack walk alone", TakeStacks);
