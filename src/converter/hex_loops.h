@@ -3,17 +3,19 @@
 //
 // Digits are computed, not looked up: without a table and without a branch, compilers turn both
 // loops into vector code of their own. Characters are moved by memcpy, because older callers pass
-// buffers at odd addresses.
+// buffers at odd addresses. Two of them fill a word.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace kq::converter {
 
-using HexCharacter = std::uint16_t;
-static_assert(sizeof(wchar_t) == sizeof(HexCharacter));
+using HexCharacter = std::make_unsigned_t<wchar_t>;
+using HexPair = std::conditional_t<sizeof(HexCharacter) == 2, std::uint32_t, std::uint64_t>;
+static_assert(sizeof(HexPair) == 2 * sizeof(HexCharacter));
 
 constexpr HexCharacter DigitOf(unsigned nibble) noexcept {
     return static_cast<HexCharacter>('0' + nibble + (nibble > 9 ? 'a' - '9' - 1 : 0));
@@ -37,8 +39,8 @@ inline void EncodeHexByLoop(unsigned char* target, const unsigned char* source,
                             std::size_t length) noexcept {
     for (std::size_t i = 0; i != length; ++i) {
         const unsigned byte = source[i];
-        const std::uint32_t pair =
-            DigitOf(byte >> 4) | static_cast<std::uint32_t>(DigitOf(byte & 15)) << 16;
+        const HexPair pair = DigitOf(byte >> 4) | static_cast<HexPair>(DigitOf(byte & 15))
+                                                      << 8 * sizeof(HexCharacter);
         std::memcpy(target + i * sizeof(pair), &pair, sizeof(pair));
     }
 }

@@ -93,6 +93,8 @@ bool AskForSsse3() noexcept {
 } // namespace
 
 bool HasHexVectors() noexcept {
+    if constexpr (sizeof(wchar_t) != 2)
+        return false;
     // Whoever comes first asks, which takes long inside a virtual machine; that two may is fine.
     enum : int { unknown, no, yes };
     static std::atomic<int> answer{unknown};

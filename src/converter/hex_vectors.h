@@ -8,8 +8,9 @@ namespace kq::converter {
 /// The least number of bytes that the functions below take.
 inline constexpr std::size_t hexVectorSize = 16;
 
-/// Whether this processor has the instructions of the functions below, SSSE3: all but some of the
-/// first with 64 bits have. Asks it once; callable from any thread.
+/// Whether the functions below can be called: whether this processor has their instructions, SSSE3,
+/// which all but some of the first with 64 bits have, and wide characters have 16 bits. Asks it
+/// once; callable from any thread.
 bool HasHexVectors() noexcept;
 
 /// `EncodeHexByLoop` and `DecodeHexByLoop` for at least `hexVectorSize` bytes. They touch nothing

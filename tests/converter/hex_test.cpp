@@ -1,7 +1,5 @@
 #include <kq/converter/hex.h>
 
-#include "support/page_end.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -97,22 +95,6 @@ TEST(Mem2Hex, TakesBuffersAtAnyAddress) {
     }
 }
 
-TEST(Mem2Hex, TouchesNothingBehindItsBuffers) {
-    const PageEnd source;
-    const PageEnd target;
-    for (std::size_t length = 0; length != 201; ++length) {
-        const Bytes bytes = SomeBytes(length);
-        const std::wstring expected = SlowHexOf(bytes);
-        std::memcpy(source.Last(length), bytes.data(), length);
-        const std::size_t size = expected.size() * sizeof(wchar_t);
-        unsigned char* const text = target.Last(size);
-        text[-1] = 0x5A;
-        Mem2Hex(reinterpret_cast<wchar_t*>(text), source.Last(length), length);
-        EXPECT_EQ(std::memcmp(text, expected.data(), size), 0) << length;
-        EXPECT_EQ(text[-1], 0x5A) << length;
-    }
-}
-
 TEST(Hex2Mem, ReadsEitherCase) {
     EXPECT_EQ(BytesOf(L"ABff"), (Bytes{0xAB, 0xFF}));
     EXPECT_EQ(BytesOf(L"0123456789ABCDEF"), BytesOf(L"0123456789abcdef"));
@@ -196,23 +178,6 @@ TEST(Hex2Mem, TakesBuffersAtAnyAddress) {
         Hex2Mem(target.data() + offset, reinterpret_cast<wchar_t*>(source.data() + offset),
                 text.size());
         EXPECT_EQ(std::memcmp(target.data() + offset, bytes.data(), bytes.size()), 0) << offset;
-    }
-}
-
-TEST(Hex2Mem, TouchesNothingBehindItsBuffers) {
-    const PageEnd source;
-    const PageEnd target;
-    for (std::size_t count = 0; count != 401; ++count) {
-        const Bytes bytes = SomeBytes(count / 2);
-        std::wstring text = SlowHexOf(bytes);
-        text.resize(count, L'7'); // an odd last one
-        const std::size_t size = count * sizeof(wchar_t);
-        std::memcpy(source.Last(size), text.data(), size);
-        unsigned char* const result = target.Last(bytes.size());
-        result[-1] = 0x5A;
-        Hex2Mem(result, reinterpret_cast<wchar_t*>(source.Last(size)), count);
-        EXPECT_EQ(std::memcmp(result, bytes.data(), bytes.size()), 0) << count;
-        EXPECT_EQ(result[-1], 0x5A) << count;
     }
 }
 
