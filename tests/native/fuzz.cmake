@@ -22,6 +22,6 @@ endfunction()
 
 # With the wide characters of the library's own platform, of which these sources ask the system
 # nothing.
-kq_fuzz(hex converter/hex.cpp OPTIONS -fshort-wchar)
-kq_fuzz(md5 converter/hex.cpp converter/md5.cpp OPTIONS -fshort-wchar LIBRARIES kq_bcrypt)
+kq_fuzz(hex converter/hex.cpp converter/hex_vectors.cpp OPTIONS -fshort-wchar)
+kq_fuzz(md5 converter/hex.cpp converter/hex_vectors.cpp converter/md5.cpp OPTIONS -fshort-wchar LIBRARIES kq_bcrypt)
 kq_fuzz(string_cast converter/string_cast.cpp)
