@@ -72,11 +72,17 @@ void SetText(HWND window, int control, const std::wstring& text) {
         SetDlgItemTextW(window, control, text.c_str());
 }
 
+void MoveFocus(HWND control) {
+    if ((SendMessageW(control, WM_GETDLGCODE, 0, 0) & DLGC_HASSETSEL) != 0)
+        SendMessageW(control, EM_SETSEL, 0, -1);
+    SetFocus(control);
+}
+
 void Enable(HWND window, int control, bool enable) {
     HWND const handle = GetDlgItem(window, control);
     EnableWindow(handle, enable ? TRUE : FALSE);
     if (!enable && GetFocus() == handle)
-        SetFocus(GetNextDlgTabItem(window, handle, FALSE));
+        MoveFocus(GetNextDlgTabItem(window, handle, FALSE));
 }
 
 } // namespace duplicate_finder

@@ -18,6 +18,9 @@ std::wstring TextOf(HWND window, int control);
 /// Does nothing when the control shows that text already.
 void SetText(HWND window, int control, const std::wstring& text);
 
+/// Gives the focus to a control, as the Tab key does.
+void MoveFocus(HWND control);
+
 /// Enables or disables a control. The focus does not stay on one that is disabled: it goes to the
 /// next control.
 void Enable(HWND window, int control, bool enable);

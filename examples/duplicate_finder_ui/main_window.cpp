@@ -99,6 +99,10 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM wide, LPARAM longer) {
             return 0;
         case DM_GETDEFID:
             return DefaultButton();
+        case WM_NEXTDLGCTL: // a control, for a mnemonic, or a direction
+            MoveFocus(LOWORD(longer) != 0 ? reinterpret_cast<HWND>(wide)
+                                          : GetNextDlgTabItem(window_, GetFocus(), wide != 0));
+            return 0;
         case WM_DESTROY:
             finder_.reset(); // jobs that come later find it gone
             PostQuitMessage(0);
