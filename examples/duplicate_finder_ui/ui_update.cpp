@@ -15,7 +15,7 @@ UiUpdate::UiUpdate(std::function<void()> update) : update_(std::move(update)) {}
 void UiUpdate::Request() {
     if (isRequested_.exchange(true))
         return;
-    constexpr std::chrono::milliseconds delay{50};
+    constexpr std::chrono::milliseconds delay{100};
     const auto queueUpdate = [self = shared_from_this()](const TimedJobTicket&) {
         // Not there any more when the program is ending: then there is no window either.
         if (const auto queue = jobQueue.GetShared())

@@ -67,8 +67,8 @@ void Pose(const std::wstring& program, const Arguments& arguments) {
             break;
         }
     }
-    SetFocus(nullptr);
-    Send(finder.Window().Handle(), WM_NULL);
+    finder.Window().PressMnemonic(L'g'); // the selected row looks best with the focus
+    finder.Window().AwaitFocus(IDC_GROUPS);
     RedrawWindow(finder.Window().Handle(), nullptr, nullptr, RDW_ALLCHILDREN | RDW_UPDATENOW);
     RECT place{};
     GetWindowRect(finder.Window().Handle(), &place);
