@@ -7,7 +7,8 @@
 /// debug_bench [section...]: measures the named sections, or all of them.
 int main(int argc, char** argv) {
     return bench::RunSections("debug_bench", "kq call stacks",
-                              {{"short", bench::ShortStacks},
+                              {{"stack", bench::FreshStacks},
+                               {"modules", bench::StacksAmongManyModules},
                                {"deep", bench::DeepStacks},
                                {"load", bench::StacksAfterALoad},
                                {"references", bench::References}},

@@ -16,3 +16,11 @@ function(kq_no_static_lifetimes target)
         target_compile_options(${target} PRIVATE -Wexit-time-destructors -Wglobal-constructors)
     endif()
 endfunction()
+
+# kq_checked_locking(<target>): what kq/thread/annotations.h says about the locks of the target holds.
+# Clang only; the other compilers have no such check.
+function(kq_checked_locking target)
+    if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        target_compile_options(${target} PRIVATE -Wthread-safety)
+    endif()
+endfunction()

@@ -1,7 +1,4 @@
 // The one place that knows every service: what attach installs and what detach releases.
-#include <kq/concurrency/job_queue.h>
-#include <kq/concurrency/thread_pool.h>
-#include <kq/concurrency/timed_job_scheduler.h>
 #include <kq/debug/symbol_handler.h>
 #include <kq/error/error_reporter.h>
 #include <kq/error/exception_normalizer.h>
@@ -10,12 +7,9 @@
 #include <kq/thread/thread_names.h>
 #include <kq/win32/message_pump.h>
 
-#include "concurrency/job_queue_impl.h"
 #include "concurrency/pool_thread.h"
-#include "concurrency/serve_ui.h"
+#include "concurrency/services.h"
 #include "concurrency/term_constants.h"
-#include "concurrency/thread_pool_impl.h"
-#include "concurrency/ui_job_queue_impl.h"
 #include "debug/process_symbols.h"
 #include "debug/process_track_list.h"
 #include "error/dump_setting.h"
@@ -26,34 +20,23 @@
 #include <windows.h>
 
 #include <atomic>
-#include <memory>
 #include <stdexcept>
 
 namespace {
 
-constexpr unsigned int blockingFactor = 10;
-
 std::atomic<bool> isStarted{false};
 
 void InstallServices() {
-    using namespace kq::concurrency;
     kq::debug::symbolHandler = kq::debug::SymbolHandler::Create();
     kq::error::errorReporter = kq::error::ErrorReporter::Create();
     kq::error::exceptionNormalizer = kq::error::ExceptionNormalizer::Create();
     kq::thread::threadNameManager = kq::thread::ThreadNameMap::Create();
-    threadPool = std::make_shared<CThreadPool>();
-    uiJobQueue = std::make_shared<CUIJobQueueImpl>();
-    jobQueue = std::make_shared<CJobQueue>(threadPool.GetShared(), blockingFactor);
-    StartupJobScheduler();
+    kq::concurrency::InstallServices();
 }
 
 // What a singleton gives up is destroyed here, or by the last user.
 void ReleaseServices() {
-    using namespace kq::concurrency;
-    ShutdownJobScheduler();
-    jobQueue.Reset();
-    uiJobQueue.Reset();
-    threadPool.Reset();
+    kq::concurrency::ReleaseServices();
     kq::thread::threadNameManager.Reset();
     kq::error::errorReporter.Reset();
     kq::error::exceptionNormalizer.Reset();
@@ -69,38 +52,6 @@ void ForgetThreadName() noexcept {
     } catch (...) {
         return;
     }
-}
-
-void Drain(kq::concurrency::CJobQueue& queue, kq::concurrency::CUIJobQueueImpl* uiQueue) {
-    using namespace kq::concurrency;
-    CJobQueueImpl& lanes = CJobQueueImpl::Of(queue);
-    if (lanes.IsIdle())
-        return;
-    if (uiQueue != nullptr)
-        ServeUIDuring([&lanes] { lanes.Drain(); }, *uiQueue);
-    else
-        lanes.Drain();
-}
-
-// Lets every job come to its end while this thread holds the queue and the pool: a job that held
-// the last reference on one of them would have to wait for itself. UI jobs go on running meanwhile.
-void DrainServices() {
-    using namespace kq::concurrency;
-    ShutdownJobScheduler();
-    const std::shared_ptr<CJobQueue> queue = jobQueue.GetShared();
-    const std::shared_ptr<CUIJobQueueImpl> uiQueue = uiJobQueue.GetShared();
-    const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
-    jobQueue.Reset();
-    if (queue != nullptr)
-        Drain(*queue, uiQueue.get());
-    if (uiQueue != nullptr)
-        uiQueue->Finish();
-    uiJobQueue.Reset();
-    threadPool.Reset();
-    // A job may have started it again, and its loop would never leave the pool.
-    ShutdownJobScheduler();
-    if (pool != nullptr)
-        CThreadPoolImpl::Of(*pool).core->ShutDown();
 }
 
 } // namespace
@@ -127,7 +78,7 @@ void Shutdown() {
         return;
     if (!isStarted.exchange(false))
         return;
-    DrainServices();
+    concurrency::DrainServices();
     ReleaseServices();
     memoryReserver.Reset();
     thread::TrimRecyclers();

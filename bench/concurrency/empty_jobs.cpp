@@ -8,8 +8,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <deque>
-#include <utility>
 #include <vector>
 
 namespace bench {
@@ -39,7 +37,7 @@ void EnterEmptyJobs(Row& row, const char* name, Executor& executor, std::size_t 
     Require(runs == count, name);
 
     const std::size_t repetitions = std::max<std::size_t>(jobsPerRound / count, 1);
-    row.Enter(name, [&executor, count, repetitions] {
+    EnterExecutor<Executor>(row, name, [&executor, count, repetitions] {
         const Stopwatch watch;
         for (std::size_t repetition = 0; repetition != repetitions; ++repetition)
             SubmitAndWait(executor, count, Empty{});
@@ -68,13 +66,11 @@ double EmptyJobsHeldBack(std::size_t count, std::size_t repetitions) {
 } // namespace
 
 void EmptyJobs() {
-    // Every executor at the sizes that it can stand, and small ones as often as it can stand.
-    constexpr std::size_t jobsPerRound = 100'000;
-    constexpr std::size_t platformJobsPerRound = 20'000;
-    constexpr std::size_t asioJobsPerRound = 5'000;
-    constexpr std::size_t platformLimit = 100'000;
-    constexpr std::size_t asioLimit = 10'000;
-    constexpr std::size_t asyncLimit = 1'000;
+    // Each peer with as many jobs as it gets done in a good time.
+    constexpr std::size_t jobs = 100'000;
+    constexpr std::size_t platformJobs = 20'000;
+    constexpr std::size_t asioJobs = 2'000;
+    constexpr std::size_t asyncJobs = 200;
     KqExecutor executor;
     PlatformWork work;
     Counted<PlatformCallbacks> callbacks;
@@ -82,43 +78,41 @@ void EmptyJobs() {
     AsioFutures futures;
     StdAsync async;
 
-    constexpr std::pair<std::size_t, const char*> sizes[] = {
-        {1'000, "1,000 empty jobs, one submitter, every handle kept and waited on"},
-        {10'000, "10,000 of them"},
-        {100'000, "100,000 of them"},
-        {1'000'000, "1,000,000 of them"},
-    };
-    std::deque<Row> rows;
-    for (const auto& [count, title] : sizes) {
-        Row& row = rows.emplace_back(title, "ns/job");
-        EnterEmptyJobs(row, kqName, executor, count, jobsPerRound);
-        if (count <= platformLimit) {
-            EnterEmptyJobs(row, workName, work, count, platformJobsPerRound);
-            EnterEmptyJobs(row, callbackName, callbacks, count, platformJobsPerRound);
-        }
-        if (count <= asioLimit) {
-            EnterEmptyJobs(row, asioPostName, posts, count, asioJobsPerRound);
-            EnterEmptyJobs(row, asioFutureName, futures, count, asioJobsPerRound);
-        }
-        if (count <= asyncLimit)
-            EnterEmptyJobs(row, asyncName, async, count, count);
-    }
-    Row& heldBack =
-        rows.emplace_back("The same while the pool is held back until all are pending", "ns/job");
-    heldBack.Enter("kq, 1,000 pending", [] { return EmptyJobsHeldBack(1'000, 100); });
-    heldBack.Enter("kq, 1,000,000 pending", [] { return EmptyJobsHeldBack(1'000'000, 1); });
+    Row row("100,000 empty jobs, every handle kept and waited on", "ns/job");
+    EnterEmptyJobs(row, kqName, executor, jobs, jobs);
+    EnterEmptyJobs(row, workName, work, platformJobs, platformJobs);
+    EnterEmptyJobs(row, callbackName, callbacks, platformJobs, platformJobs);
+    EnterEmptyJobs(row, asioPostName, posts, asioJobs, asioJobs);
+    EnterEmptyJobs(row, asioFutureName, futures, asioJobs, asioJobs);
+#if defined(KQ_BENCH_LIBTHREADPOOL)
+    LibThreadPool pool;
+    EnterEmptyJobs(row, libThreadPoolName, pool, platformJobs, platformJobs);
+#endif
+    EnterEmptyJobs(row, asyncName, async, asyncJobs, asyncJobs);
+    row.AimAtMost(320);
+    row.AimAtMostTimes(0.2);
+    Measure({&row});
+    row.Report();
+}
 
-    std::vector<Row*> all;
-    all.reserve(rows.size());
-    for (Row& row : rows)
-        all.push_back(&row);
-    Measure(all);
-    for (const Row& row : rows)
-        row.Print();
-    PrintFigure("growth from 1,000 to 1,000,000 jobs, kq",
-                Ratio(rows[3].CostOf(0), rows[0].CostOf(0)).Median(), "at most 1.3");
-    PrintFigure("growth from 1,000 to 1,000,000 pending, kq",
-                Ratio(heldBack.CostOf(1), heldBack.CostOf(0)).Median(), "at most 1.3");
+void Growth() {
+    constexpr std::size_t least = 1'000;
+    constexpr std::size_t most = 1'000'000;
+    KqExecutor executor;
+    Row row("1,000 empty jobs, and 1,000,000", "ns/job");
+    EnterEmptyJobs(row, "kq, 1,000", executor, least, most / 4);
+    EnterEmptyJobs(row, "kq, 1,000,000", executor, most, most);
+    Row heldBack("1,000 empty jobs, and 1,000,000, all pending at once", "ns/job");
+    heldBack.Enter("kq, 1,000 pending", [] { return EmptyJobsHeldBack(least, 200); });
+    heldBack.Enter("kq, 1,000,000 pending", [] { return EmptyJobsHeldBack(most, 1); });
+    Measure({&row, &heldBack}, 9);
+    row.Report();
+    heldBack.Report();
+    constexpr double bound = 1.15;
+    ReportFigure("Growth of a job's cost from 1,000 to 1,000,000", "times",
+                 Ratio(row.CostOf(1), row.CostOf(0)), bound);
+    ReportFigure("Growth of the same, all pending at once", "times",
+                 Ratio(heldBack.CostOf(1), heldBack.CostOf(0)), bound);
 }
 
 } // namespace bench

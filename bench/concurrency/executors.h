@@ -4,19 +4,26 @@
 #include <kq/concurrency/job_queue.h>
 
 #include "event.h"
+#include "table.h"
 
 #include <boost/asio/packaged_task.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <boost/asio/use_future.hpp>
 
+#if defined(KQ_BENCH_LIBTHREADPOOL)
+#include <thread_pool/thread_pool.hpp>
+#endif
+
 #include <windows.h>
 
 #include <cstddef>
+#include <functional>
 #include <future>
 #include <memory>
 #include <stdexcept>
 #include <thread>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -184,6 +191,20 @@ private:
     boost::asio::thread_pool pool_{std::thread::hardware_concurrency()};
 };
 
+#if defined(KQ_BENCH_LIBTHREADPOOL)
+/// The `ThreadPool` of Debian's libthread-pool-dev.
+class LibThreadPool : public Futures {
+public:
+    template <class F>
+    Handle Submit(const F& function) {
+        return pool_.Submit(function);
+    }
+
+private:
+    thread_pool::ThreadPool pool_;
+};
+#endif
+
 /// `std::async` with `std::launch::async`.
 class StdAsync : public Futures {
 public:
@@ -193,12 +214,22 @@ public:
     }
 };
 
-/// The executors as the table calls them.
+/// The executors as the table calls them; those that give no handle on a job say so.
 inline constexpr const char* kqName = "kq jobQueue";
-inline constexpr const char* workName = "platform: SubmitThreadpoolWork";
-inline constexpr const char* callbackName = "platform: TrySubmitThreadpoolCallback";
-inline constexpr const char* asioPostName = "boost::asio::thread_pool, post";
-inline constexpr const char* asioFutureName = "boost::asio::thread_pool, use_future";
+inline constexpr const char* workName = "SubmitThreadpoolWork";
+inline constexpr const char* callbackName = "TrySubmitThreadpoolCallback, no handle";
+inline constexpr const char* asioPostName = "boost::asio post, no handle";
+inline constexpr const char* asioFutureName = "boost::asio use_future";
+inline constexpr const char* libThreadPoolName = "libthread-pool";
 inline constexpr const char* asyncName = "std::async";
+
+/// Enters the library, or a peer, according to `Executor`.
+template <class Executor>
+void EnterExecutor(Row& row, const char* name, std::function<double()> run) {
+    if constexpr (std::is_same_v<Executor, KqExecutor>)
+        row.Enter(name, std::move(run));
+    else
+        row.EnterPeer(name, std::move(run));
+}
 
 } // namespace bench

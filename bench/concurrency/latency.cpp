@@ -32,7 +32,7 @@ struct Relay {
 
 template <class Executor>
 void EnterRelay(Row& row, const char* name, Executor& executor) {
-    row.Enter(name, [&executor] {
+    EnterExecutor<Executor>(row, name, [&executor] {
         constexpr std::size_t depth = 100'000;
         Relay<Executor> relay{executor, depth, {}};
         const Stopwatch watch;
@@ -44,7 +44,7 @@ void EnterRelay(Row& row, const char* name, Executor& executor) {
 
 template <class Executor>
 void EnterWakeUp(Row& row, const char* name, Executor& executor) {
-    row.Enter(name, [&executor] {
+    EnterExecutor<Executor>(row, name, [&executor] {
         // Long enough for every thread of every executor to have gone to sleep.
         std::this_thread::sleep_for(std::chrono::milliseconds(3));
         const Stopwatch watch;
@@ -67,27 +67,33 @@ void Relays() {
     EnterRelay(row, kqName, executor);
     EnterRelay(row, callbackName, callbacks);
     EnterRelay(row, asioPostName, posts);
-    Measure({&row});
-    row.Print();
+    row.AimAtMost(120);
+    Measure({&row}, 15);
+    row.Report();
 }
 
 void WakeUps() {
-    constexpr std::size_t samples = 300;
+    constexpr std::size_t samples = 200;
     KqExecutor executor;
     PlatformWork work;
     Counted<PlatformCallbacks> callbacks;
     Counted<AsioPosts> posts;
     AsioFutures futures;
     StdAsync async;
-    Row row("Queue to done, the pool asleep", "us/job");
+    Row row("Queue to done, the pool asleep", "µs/job");
     EnterWakeUp(row, kqName, executor);
     EnterWakeUp(row, workName, work);
     EnterWakeUp(row, callbackName, callbacks);
     EnterWakeUp(row, asioPostName, posts);
     EnterWakeUp(row, asioFutureName, futures);
+#if defined(KQ_BENCH_LIBTHREADPOOL)
+    LibThreadPool pool;
+    EnterWakeUp(row, libThreadPoolName, pool);
+#endif
     EnterWakeUp(row, asyncName, async);
+    row.AimAtMostTimes(0.7, "Threadpool", "the platform's pool");
     Measure({&row}, samples);
-    row.Print();
+    row.Report();
 }
 
 } // namespace bench

@@ -54,7 +54,8 @@ void EnterManySubmitters(Row& row, const char* name, Executor& executor, std::si
     std::atomic<std::size_t> runs{0};
     ManySubmitters(executor, jobsEach, Empty{&runs});
     Require(runs == submitters * jobsEach, name);
-    row.Enter(name, [&executor, jobsEach] { return ManySubmitters(executor, jobsEach, Empty{}); });
+    EnterExecutor<Executor>(
+        row, name, [&executor, jobsEach] { return ManySubmitters(executor, jobsEach, Empty{}); });
 }
 
 } // namespace
@@ -66,15 +67,21 @@ void ManySubmitters() {
     Counted<AsioPosts> posts;
     AsioFutures futures;
     constexpr std::size_t jobsEach = 25'000;
-    constexpr std::size_t asioJobsEach = 2'500; // it takes too long for more
-    Row row("4 submitting threads, 25,000 empty jobs each (asio: 2,500)", "ns/job");
+    constexpr std::size_t peerJobsEach = 2'500; // they take too long for more
+    Row row("4 submitting threads, 25,000 empty jobs each", "ns/job");
     EnterManySubmitters(row, kqName, executor, jobsEach);
-    EnterManySubmitters(row, workName, work, jobsEach);
-    EnterManySubmitters(row, callbackName, callbacks, jobsEach);
-    EnterManySubmitters(row, asioPostName, posts, asioJobsEach);
-    EnterManySubmitters(row, asioFutureName, futures, asioJobsEach);
-    Measure({&row});
-    row.Print();
+    EnterManySubmitters(row, workName, work, peerJobsEach);
+    EnterManySubmitters(row, callbackName, callbacks, peerJobsEach);
+    EnterManySubmitters(row, asioPostName, posts, peerJobsEach);
+    EnterManySubmitters(row, asioFutureName, futures, peerJobsEach);
+#if defined(KQ_BENCH_LIBTHREADPOOL)
+    LibThreadPool pool;
+    EnterManySubmitters(row, libThreadPoolName, pool, peerJobsEach);
+#endif
+    row.AimAtMost(300);
+    row.AimAtMostTimes(1);
+    Measure({&row}, 9);
+    row.Report();
 }
 
 } // namespace bench

@@ -50,7 +50,7 @@ void Removal() {
     row.Enter("kq, 100,000 pending, random order",
               [] { return RemoveAll(Order::Random, 100'000, 1); });
     Measure({&row});
-    row.Print();
+    row.Report();
 }
 
 void PendingJobMemory() {
@@ -60,8 +60,9 @@ void PendingJobMemory() {
     const double before = MemoryInUse();
     for (CJobTicket& ticket : tickets)
         ticket = jobQueue->Queue(Empty{});
-    const double bytes = MemoryInUse() - before;
-    PrintFigure("bytes of memory a pending job, with ticket", bytes / count, "at most 256");
+    Series bytes;
+    bytes.Add((MemoryInUse() - before) / count);
+    ReportFigure("Memory of a pending job, with ticket", "bytes", bytes, 256);
 }
 
 } // namespace bench

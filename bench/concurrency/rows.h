@@ -7,8 +7,11 @@ namespace bench {
 /// that could be used again.
 void PendingJobMemory();
 
-/// Empty jobs, from a thousand to a million, and how the cost of one grows.
+/// A hundred thousand empty jobs.
 void EmptyJobs();
+
+/// How the cost of an empty job grows from a thousand of them to a million.
+void Growth();
 
 /// Several threads that submit at once.
 void ManySubmitters();
@@ -27,5 +30,11 @@ void IdleWaiters();
 
 /// Withdrawing pending jobs.
 void Removal();
+
+/// Jobs for the UI thread, from several threads.
+void UIJobs();
+
+/// Registering and unregistering timed jobs.
+void TimedJobs();
 
 } // namespace bench

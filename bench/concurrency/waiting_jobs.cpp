@@ -81,24 +81,28 @@ private:
 } // namespace
 
 void Dependencies() {
-    Row row("Jobs that wait for jobs: submit and run", "ns/edge");
-    row.Enter("kq, chain of 1,000 after", [] {
+    Row chain("Chain of 100,000 after links, submit and run", "ns/edge");
+    chain.Enter("kq jobQueue", [] { return ChainOfAfter(100'000); });
+    chain.Enter("kq jobQueue, chain of 1,000", [] {
         constexpr int repetitions = 100;
         double cost = 0;
         for (int repetition = 0; repetition != repetitions; ++repetition)
             cost += ChainOfAfter(1'000) / repetitions;
         return cost;
     });
-    row.Enter("kq, chain of 100,000 after", [] { return ChainOfAfter(100'000); });
-    row.Enter("kq, 10,000 jobs into one dependsOn", [] {
+    chain.AimAtMost(300);
+    Row fan("10,000 jobs into one dependsOn", "ns/edge");
+    fan.Enter("kq jobQueue", [] {
         constexpr int repetitions = 10;
         double cost = 0;
         for (int repetition = 0; repetition != repetitions; ++repetition)
             cost += Fan(10'000) / repetitions;
         return cost;
     });
-    Measure({&row});
-    row.Print();
+    fan.AimAtMost(250);
+    Measure({&chain, &fan}, 15);
+    chain.Report();
+    fan.Report();
 }
 
 void IdleWaiters() {
@@ -114,7 +118,7 @@ void IdleWaiters() {
             ticket.Wait();
         return watch.NanosecondsPer(jobs);
     };
-    Row row("100,000 empty jobs beside others that wait on one unfinished ticket", "ns/job");
+    Row row("100,000 empty jobs while others wait on one unfinished ticket", "ns/job");
     row.Enter("kq, none waits", run);
     row.Enter("kq, 100,000 wait", [&run] {
         Waiters waiters(waiting);
@@ -124,15 +128,22 @@ void IdleWaiters() {
         Require(waiters.Runs() == waiting, "every waiting job runs in the end");
         return cost;
     });
-    Measure({&row}, 10);
-    row.Print();
+    Measure({&row}, 15);
+    row.Report();
+    ReportFigure("The slow-down by 100,000 that wait", "times", Ratio(row.CostOf(1), row.CostOf(0)),
+                 1.03);
 
-    constexpr int seconds = 2;
+    constexpr int windows = 5;
+    constexpr auto window = std::chrono::milliseconds(500);
     const Waiters waiters(waiting);
-    const double before = ProcessorSeconds();
-    std::this_thread::sleep_for(std::chrono::seconds(seconds));
-    const double share = (ProcessorSeconds() - before) / seconds;
-    PrintFigure("processor use while 100,000 jobs wait, % of a core", share * 100, "under 1");
+    Series percent;
+    for (int i = 0; i != windows; ++i) {
+        const double before = ProcessorSeconds();
+        std::this_thread::sleep_for(window);
+        percent.Add((ProcessorSeconds() - before) / std::chrono::duration<double>(window).count() *
+                    100);
+    }
+    ReportFigure("Processor use while 100,000 jobs wait", "% of a core", percent, 0.1);
 }
 
 } // namespace bench

@@ -1,5 +1,6 @@
 #include <kq/debug/symbol_handler.h>
 
+#include "debug/fresh_stacks.h"
 #include "debug/many_modules.h"
 #include "debug/rows.h"
 #include "debug/walk_loop.h"
@@ -7,8 +8,11 @@
 #include "stopwatch.h"
 #include "table.h"
 
+#include <windows.h>
+
+#include <dbghelp.h>
+
 #include <cstddef>
-#include <string>
 #include <vector>
 
 namespace bench {
@@ -46,68 +50,135 @@ double Below(std::size_t depth, std::size_t count, Stack (*capture)()) {
     return watch.NanosecondsPer(count) / nanosecondsPerMicrosecond;
 }
 
-constexpr std::size_t copyingLoop = 1;
+constexpr const char* kqName = "kq GetCallStack";
+constexpr const char* copyingName = "StackWalk64 loop, copying reader";
+constexpr const char* defaultName = "StackWalk64 loop, default reader";
+constexpr const char* addressesName = "addresses alone, RtlCaptureStackBackTrace";
 
 /// The frames below those of the row are the same for all: those of the program's start.
 void EnterAll(Row& row, std::size_t depth, std::size_t count) {
-    row.Enter("kq::debug::SymbolHandler::GetCallStack",
-              [=] { return Below(depth, 10 * count, OfKq); });
-    row.Enter("StackWalk64 loop, copying reader",
-              [=] { return Below(depth, count, OfTheCopyingLoop); });
+    row.Enter(kqName, [=] { return Below(depth, 10 * count, OfKq); });
+    row.EnterPeer(copyingName, [=] { return Below(depth, count, OfTheCopyingLoop); });
     // Takes a hundred times as long: fewer are enough.
-    row.Enter("StackWalk64 loop, default reader",
-              [=] { return Below(depth, count / 100 + 1, OfTheDefaultLoop); });
+    row.EnterPeer(defaultName, [=] { return Below(depth, count / 100 + 1, OfTheDefaultLoop); });
 }
 
-void PrintGoal(const Row& row, const std::string& what) {
-    PrintFigure(what, Ratio(row.CostOf(0), row.CostOf(copyingLoop)).Median(),
-                "goal: at most 1.2 times the copying loop");
+void CaptureAddresses() {
+    constexpr ULONG most = 62;
+    void* addresses[most] = {};
+    Require(RtlCaptureStackBackTrace(0, most, addresses, nullptr) > 0, "captured addresses");
 }
+
+/// A symbol state of its own for this process, opened again and again.
+class ReopenedSymbols {
+public:
+    ReopenedSymbols() {
+        const HANDLE self = GetCurrentProcess();
+        DuplicateHandle(self, self, self, &process_, 0, FALSE, DUPLICATE_SAME_ACCESS);
+        Open();
+    }
+    ~ReopenedSymbols() {
+        SymCleanup(process_);
+        CloseHandle(process_);
+    }
+    ReopenedSymbols(const ReopenedSymbols&) = delete;
+    ReopenedSymbols& operator=(const ReopenedSymbols&) = delete;
+
+    void Reopen() {
+        SymCleanup(process_);
+        Open();
+    }
+
+private:
+    void Open() {
+        Require(SymInitialize(process_, nullptr, TRUE) != FALSE, "symbols are opened");
+        alignas(SYMBOL_INFO) char buffer[sizeof(SYMBOL_INFO) + 256] = {};
+        auto* const symbol = reinterpret_cast<SYMBOL_INFO*>(buffer);
+        symbol->SizeOfStruct = sizeof(SYMBOL_INFO);
+        symbol->MaxNameLen = 256;
+        DWORD64 displacement = 0;
+        Require(SymFromAddr(process_, reinterpret_cast<DWORD64>(&CaptureAddresses), &displacement,
+                            symbol) != FALSE,
+                "a symbol is found");
+    }
+
+    HANDLE process_ = nullptr;
+};
 
 } // namespace
 
-void ShortStacks() {
-    constexpr std::size_t count = 200;
-    constexpr std::size_t modules = 50;
-    // With those of the program's start, ten or a few more.
-    constexpr std::size_t depth = 4;
-    Row few("A short stack, few modules", "us");
-    EnterAll(few, depth, count);
-    Measure({&few});
-    few.Print();
-    PrintGoal(few, "few modules");
+void FreshStacks() {
+    // Ten frames with those of the program's start and of the library.
+    constexpr int depth = 4;
+    constexpr int count = 20;
+    Row first("GetCallStack of 10 frames, for the first time", "µs");
+    Row known("GetCallStack of 10 frames that are known", "µs");
+    struct Contestant {
+        void (*capture)();
+        Series first{};
+        Series known{};
+    };
+    Contestant kq{[] { OfKq(); }};
+    Contestant copying{[] { OfTheCopyingLoop(); }};
+    Contestant defaults{[] { OfTheDefaultLoop(); }};
+    Contestant addresses{CaptureAddresses};
+    OfKq(); // opens the symbols and knows the frames of the program's start
+    for (const auto& place : freshPlaces<depth, count>)
+        for (Contestant* const contestant : {&kq, &copying, &defaults, &addresses}) {
+            const FirstAndSecond cost = place(contestant->capture);
+            contestant->first.Add(cost.first / nanosecondsPerMicrosecond);
+            contestant->known.Add(cost.second / nanosecondsPerMicrosecond);
+        }
+    const auto report = [&](Row& row, Series Contestant::*cost, double bound) {
+        row.EnterResult(kqName, kq.*cost);
+        row.EnterPeerResult(copyingName, copying.*cost);
+        row.EnterPeerResult(defaultName, defaults.*cost);
+        row.EnterLimitResult(addressesName, addresses.*cost);
+        row.AimAtMost(bound);
+        row.Report();
+    };
+    report(first, &Contestant::first, 50);
+    report(known, &Contestant::known, 10);
+}
 
+void StacksAmongManyModules() {
+    constexpr std::size_t count = 100;
+    constexpr std::size_t modules = 50;
+    constexpr std::size_t depth = 4;
     const ManyModules loaded(modules);
     OfKq(); // they become known, also to the loops
-    Row many("A short stack, 50 more modules", "us");
-    EnterAll(many, depth, count);
-    Measure({&many});
-    many.Print();
-    PrintGoal(many, "50 more modules");
+    Row row("GetCallStack of 10 known frames, 50 more modules", "µs");
+    EnterAll(row, depth, count);
+    row.AimAtMost(10);
+    Measure({&row});
+    row.Report();
 }
 
 void DeepStacks() {
     constexpr std::size_t depth = 1'000;
     constexpr std::size_t count = 5;
-    Row row("A stack of 1,000 frames", "us");
+    Row row("GetCallStack of 1,000 frames", "µs");
     EnterAll(row, depth, count);
+    row.AimAtMostTimes(0.2);
     Measure({&row}, 3);
-    row.Print();
-    PrintGoal(row, "1,000 frames");
+    row.Report();
 }
 
 void StacksAfterALoad() {
-    Row row("The first stack after a library was loaded, and the second", "us");
-    const auto load = [](std::size_t stacksBefore) {
+    Row row("The first stack after a library was loaded", "µs");
+    row.Enter(kqName, [] {
         const ManyModules loaded(1);
-        for (std::size_t stack = 0; stack != stacksBefore; ++stack)
-            OfKq();
         return Below(0, 1, OfKq);
-    };
-    row.Enter("the first", [=] { return load(0); });
-    row.Enter("the second", [=] { return load(1); });
+    });
+    ReopenedSymbols symbols;
+    row.EnterPeer("closing and reopening the symbols", [&symbols] {
+        const Stopwatch watch;
+        symbols.Reopen();
+        return watch.Nanoseconds() / nanosecondsPerMicrosecond;
+    });
+    row.AimAtMostTimes(0.2);
     Measure({&row}, 10);
-    row.Print();
+    row.Report();
 }
 
 } // namespace bench

@@ -3,8 +3,11 @@
 
 namespace bench {
 
-/// Stacks of ten frames, with the modules that the program itself needs and with fifty more.
-void ShortStacks();
+/// Stacks of ten frames, at places that are new and at known ones.
+void FreshStacks();
+
+/// The latter with fifty more modules than the program itself needs.
+void StacksAmongManyModules();
 
 /// Stacks of a thousand frames.
 void DeepStacks();

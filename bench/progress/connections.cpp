@@ -15,16 +15,14 @@ namespace bench {
 
 namespace {
 
-constexpr std::size_t connectionsPerRound = 100'000;
+constexpr std::size_t connectionsPerRound = 50'000;
 
 template <class Connect>
-void EnterConnections(Row& row, const char* name, Connect connect) {
-    row.Enter(name, [connect] {
-        const Stopwatch watch;
-        for (std::size_t i = 0; i != connectionsPerRound; ++i)
-            connect();
-        return watch.NanosecondsPer(connectionsPerRound);
-    });
+double CostOf(Connect connect) {
+    const Stopwatch watch;
+    for (std::size_t i = 0; i != connectionsPerRound; ++i)
+        connect();
+    return watch.NanosecondsPer(connectionsPerRound);
 }
 
 void Ignore(int /*value*/) {}
@@ -46,28 +44,32 @@ struct Contestants {
 } // namespace
 
 void Connections() {
-    constexpr std::size_t counts[] = {0, 100};
+    constexpr std::size_t counts[] = {0, 1'000};
     std::deque<Row> rows;
     std::deque<Contestants> contestants;
     std::vector<Row*> all;
     for (const std::size_t others : counts) {
         Contestants& of = contestants.emplace_back(others);
         Row& row = rows.emplace_back(
-            "Connecting and disconnecting, beside " + std::to_string(others) + " sinks",
-            "ns/connection");
-        EnterConnections(row, "kq CSignaler", [&of] {
-            of.tokens.push_back(of.signaler.Connect(Ignore));
-            of.tokens.pop_back();
+            "Connect and disconnect beside " + std::to_string(others) + " sinks", "ns/connection");
+        row.Enter("kq CSignaler", [&of] {
+            return CostOf([&of] {
+                of.tokens.push_back(of.signaler.Connect(Ignore));
+                of.tokens.pop_back();
+            });
         });
-        EnterConnections(row, "boost::signals2::signal", [&of] {
-            of.connections.emplace_back(of.signal.connect(Ignore));
-            of.connections.pop_back();
+        row.EnterPeer("boost::signals2", [&of] {
+            return CostOf([&of] {
+                of.connections.emplace_back(of.signal.connect(Ignore));
+                of.connections.pop_back();
+            });
         });
+        row.AimAtMostTimes(0.5);
         all.push_back(&row);
     }
-    Measure(all, 9);
+    Measure(all, 15);
     for (const Row& row : rows)
-        row.Print();
+        row.Report();
 }
 
 } // namespace bench

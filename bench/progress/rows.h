@@ -3,7 +3,7 @@
 
 namespace bench {
 
-/// Emitting a number to 0, 1 and 8 sinks.
+/// Emitting a number to 1 and 8 sinks.
 void Emissions();
 
 /// Connecting a sink and disconnecting it again, alone and beside many others.

@@ -41,15 +41,18 @@ public:
     }
     void SaveFile(const std::wstring& file) { Check(document_->save(_variant_t(file.c_str()))); }
 
-    /// The size of the saved document, as UTF-16.
-    std::size_t SaveText() {
+    /// The size of the saved document, as UTF-16. The stream has room for so many bytes, and grows
+    /// when that is not enough.
+    std::size_t SaveText(std::size_t room) {
         IStream* stream = nullptr;
-        Check(CreateStreamOnHGlobal(nullptr, TRUE, &stream));
+        Check(CreateStreamOnHGlobal(GlobalAlloc(GMEM_MOVEABLE, room), TRUE, &stream));
         Check(document_->save(_variant_t(static_cast<IUnknown*>(stream))));
+        ULARGE_INTEGER end{};
+        Check(stream->Seek({}, STREAM_SEEK_CUR, &end));
         HGLOBAL memory = nullptr;
         Check(GetHGlobalFromStream(stream, &memory));
         const auto* const bytes = static_cast<const char*>(GlobalLock(memory));
-        const int size = static_cast<int>(GlobalSize(memory));
+        const int size = static_cast<int>(end.QuadPart);
         std::wstring text(
             static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, bytes, size, nullptr, 0)),
             L'\0');

@@ -75,7 +75,7 @@ std::vector<Candidate> FindCandidates(const Tree& tree, std::uint64_t minSize) {
     return candidates;
 }
 
-void JoinNames(std::vector<Candidate>& candidates) {
+void JoinNames(CandidateRange candidates) {
     std::vector<Candidate*> names;
     for (Candidate& candidate : candidates) {
         const bool opened = candidate.state == State::Begun || candidate.state == State::Digested;
@@ -109,7 +109,7 @@ std::vector<Candidate*> FindUndecided(std::vector<Candidate>& candidates) {
     return undecided;
 }
 
-std::vector<Group> FindGroups(const Tree& tree, const std::vector<Candidate>& candidates) {
+std::vector<Group> FindGroups(const Tree& tree, CandidateRange candidates) {
     const auto pathBefore = [&](const Candidate* left, const Candidate* right) {
         return PathBefore(tree, tree.files[left->file], tree.files[right->file]);
     };

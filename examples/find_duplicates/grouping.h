@@ -5,6 +5,7 @@
 #include "tree.h"
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace find_duplicates {
@@ -12,8 +13,21 @@ namespace find_duplicates {
 /// The files whose size another file has too, the largest first.
 std::vector<Candidate> FindCandidates(const Tree& tree, std::uint64_t minSize);
 
+/// Neighbours in the list of candidates, or all of them.
+struct CandidateRange {
+    CandidateRange(Candidate* first, Candidate* last) noexcept : first(first), last(last) {}
+    CandidateRange(std::vector<Candidate>& all) noexcept
+        : CandidateRange(all.data(), all.data() + all.size()) {}
+
+    Candidate* begin() const noexcept { return first; }
+    Candidate* end() const noexcept { return last; }
+
+    Candidate* first;
+    Candidate* last; ///< the one behind the range
+};
+
 /// Notes which candidates are names of one and the same file, as far as they have been opened.
-void JoinNames(std::vector<Candidate>& candidates);
+void JoinNames(CandidateRange candidates);
 
 /// The files whose head is not all and equals that of another file, the largest first. Names that
 /// were joined to another one are not among them.
@@ -33,6 +47,9 @@ struct Group {
 
 /// The groups among the candidates that are digested, those that waste most first. The order of
 /// names, copies and groups depends on nothing but the files.
-std::vector<Group> FindGroups(const Tree& tree, const std::vector<Candidate>& candidates);
+std::vector<Group> FindGroups(const Tree& tree, CandidateRange candidates);
+
+/// Is told of groups as they are found.
+using OnGroups = std::function<void(std::vector<Group>)>;
 
 } // namespace find_duplicates

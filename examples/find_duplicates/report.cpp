@@ -19,30 +19,6 @@ std::uint64_t Count(const Findings& findings, State state) {
     return static_cast<std::uint64_t>(count);
 }
 
-/// The line of the summary that says what the search has gone through. A link that the system lists
-/// as a file (see `LedElsewhere`) counts as a link if there was a reason to open it.
-std::wstring DescribeTree(const Findings& findings) {
-    const Tree& tree = findings.tree;
-    std::uint64_t links = tree.links;
-    std::uint64_t files = tree.files.size();
-    std::uint64_t bytes = tree.bytes;
-    for (const Candidate& candidate : findings.candidates) {
-        if (candidate.state != State::Link)
-            continue;
-        ++links;
-        --files;
-        bytes -= tree.files[candidate.file].size;
-    }
-    std::wstring text = FormatCount(files, L"file") + L" in " +
-                        FormatCount(tree.folders.size(), L"folder") + L", " + FormatSize(bytes) +
-                        L"; " + FormatCount(tree.empty) + L" empty";
-    if (links > 0)
-        text += L"; " + FormatCount(links, L"link") + L" not followed";
-    if (tree.offline > 0)
-        text += L"; " + FormatCount(tree.offline, L"file") + L" not on this computer left out";
-    return text + L'\n';
-}
-
 std::wstring DescribeWaste(const std::vector<Group>& groups) {
     if (groups.empty())
         return L"No duplicates found\n";
@@ -102,10 +78,10 @@ std::wstring TabulateGroups(const Tree& tree, const std::vector<Group>& groups) 
     return text;
 }
 
-std::wstring DescribeProblems(const Findings& findings) {
-    std::wstring text;
+std::vector<std::wstring> ListProblems(const Findings& findings) {
+    std::vector<std::wstring> problems;
     const auto add = [&](const std::wstring& what, const std::wstring& path) {
-        text += L"find_duplicates: " + what + L": " + path + L'\n';
+        problems.push_back(what + L": " + path);
     };
     for (const Problem& folder : findings.tree.unreadableFolders)
         add(L"cannot read folder (" + ErrorText(folder.error) + L")", DisplayPath(folder.path));
@@ -116,11 +92,41 @@ std::wstring DescribeProblems(const Findings& findings) {
         else if (candidate.state == State::Changed)
             add(L"changed while it was read", PathOf(findings.tree, candidate));
     }
+    return problems;
+}
+
+std::wstring DescribeProblems(const Findings& findings) {
+    std::wstring text;
+    for (const std::wstring& problem : ListProblems(findings))
+        text += L"find_duplicates: " + problem + L'\n';
+    return text;
+}
+
+std::wstring DescribeTree(const Findings& findings) {
+    const Tree& tree = findings.tree;
+    std::uint64_t links = tree.links;
+    std::uint64_t files = tree.files.size();
+    std::uint64_t bytes = tree.bytes;
+    for (const Candidate& candidate : findings.candidates) {
+        if (candidate.state != State::Link)
+            continue;
+        ++links;
+        --files;
+        bytes -= tree.files[candidate.file].size;
+    }
+    std::wstring text = FormatCount(files, L"file") + L" in " +
+                        FormatCount(tree.folders.size(), L"folder") + L", " + FormatSize(bytes) +
+                        L"; " + FormatCount(tree.empty) + L" empty";
+    if (links > 0)
+        text += L"; " + FormatCount(links, L"link") + L" not followed";
+    if (tree.offline > 0)
+        text += L"; " + FormatCount(tree.offline, L"file") + L" not on this computer left out";
     return text;
 }
 
 std::wstring DescribeSummary(const Findings& findings, const std::vector<Group>& groups) {
-    std::wstring text = DescribeTree(findings) + DescribeWaste(groups) + DescribeReading(findings);
+    std::wstring text =
+        DescribeTree(findings) + L'\n' + DescribeWaste(groups) + DescribeReading(findings);
     if (!IsComplete(findings))
         text += L"Not examined: " +
                 FormatCount(Count(findings, State::Unreadable), L"unreadable file") + L", " +

@@ -116,21 +116,25 @@ auto WithDocuments(const std::wstring& what, Work work) {
 
 } // namespace
 
+SavedGroup SaveGroup(const Tree& tree, const Group& group) {
+    SavedGroup saved;
+    saved.size = group.size;
+    saved.digest = Hexadecimal(group.copies.front().front()->digest);
+    for (const Copy& copy : group.copies) {
+        std::vector<std::wstring>& names = saved.copies.emplace_back();
+        for (const Candidate* const name : copy)
+            names.push_back(TextOf(tree.PathOf(name->file)));
+    }
+    return saved;
+}
+
 SavedReport MakeReport(const std::wstring& folder, const Findings& findings,
                        const std::vector<Group>& groups) {
     SavedReport report;
     report.folder = TextOf(folder);
     report.complete = IsComplete(findings) && !findings.interrupted;
-    for (const Group& group : groups) {
-        SavedGroup& saved = report.groups.emplace_back();
-        saved.size = group.size;
-        saved.digest = Hexadecimal(group.copies.front().front()->digest);
-        for (const Copy& copy : group.copies) {
-            std::vector<std::wstring>& names = saved.copies.emplace_back();
-            for (const Candidate* const name : copy)
-                names.push_back(TextOf(findings.tree.PathOf(name->file)));
-        }
-    }
+    for (const Group& group : groups)
+        report.groups.push_back(SaveGroup(findings.tree, group));
     return report;
 }
 

@@ -37,6 +37,9 @@ private:
     std::wstring message_;
 };
 
+/// A group that was found, as it is kept.
+SavedGroup SaveGroup(const Tree& tree, const Group& group);
+
 /// The result of a search of `folder` (see `ResolveFolder`).
 SavedReport MakeReport(const std::wstring& folder, const Findings& findings,
                        const std::vector<Group>& groups);

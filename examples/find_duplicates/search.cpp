@@ -3,7 +3,7 @@
 #include "effort.h"
 #include "examine.h"
 #include "figures.h"
-#include "grouping.h"
+#include "group_feed.h"
 #include "stage.h"
 #include "step.h"
 
@@ -64,7 +64,8 @@ double ShareOfHeads(const std::vector<Candidate>& candidates) {
 
 /// Reads the head of every file that has its size in common with another one. Returns those that
 /// have to be read to the end.
-std::vector<Candidate*> CompareHeads(Findings& findings, Work& work, IProgressRoot& hashing) {
+std::vector<Candidate*> CompareHeads(Findings& findings, Work& work, IProgressRoot& hashing,
+                                     GroupFeed& feed) {
     std::vector<Candidate*> files;
     std::uint64_t bytes = 0;
     for (Candidate& candidate : findings.candidates) {
@@ -74,12 +75,14 @@ std::vector<Candidate*> CompareHeads(Findings& findings, Work& work, IProgressRo
     Step step(work, titleOfHeads, files.size(), bytes);
     work.Root().Attach(hashing, shareOfHashing); // its name is the text already
     const auto part = hashing.CreateChild(ShareOfHeads(findings.candidates), titleOfHeads);
+    feed.ExpectHeads();
 
     std::vector<Candidate*> undecided;
     const Stage stage(
         std::move(files),
         [&](Candidate& candidate, const OnRead& onRead) {
             ExamineHead(findings.tree.PathOf(candidate.file), candidate, onRead);
+            feed.OnExamined(candidate);
         },
         BytesOfHead, work, *part, findings.heads,
         [&] {
@@ -91,27 +94,33 @@ std::vector<Candidate*> CompareHeads(Findings& findings, Work& work, IProgressRo
 }
 
 void CompareBodies(std::vector<Candidate*> files, Findings& findings, Work& work,
-                   IProgressRoot& hashing, const kq::concurrency::Job& afterwards) {
+                   IProgressRoot& hashing, GroupFeed& feed,
+                   const kq::concurrency::Job& afterwards) {
     std::uint64_t bytes = 0;
     for (const Candidate* file : files)
         bytes += BytesOfBody(*file);
     Step step(work, titleOfBodies, files.size(), bytes);
     const auto part = hashing.CreateChild(hashing.GetRemaining(), titleOfBodies);
+    feed.ExpectBodies(files);
 
     const Stage stage(
         std::move(files),
         [&](Candidate& candidate, const OnRead& onRead) {
             ExamineRest(findings.tree.PathOf(candidate.file), candidate, onRead);
+            feed.OnExamined(candidate);
         },
         BytesOfBody, work, *part, findings.bodies, afterwards);
     WaitFor(stage, work, step, findings.bodies);
 }
 
 /// Hashing could be the whole of another program's work: it has a root of its own.
-void Compare(Findings& findings, Work& work, const kq::concurrency::Job& afterwards) {
+void Compare(Findings& findings, Work& work, const OnGroups& onGroups,
+             const kq::concurrency::Job& afterwards) {
+    GroupFeed feed(findings.tree, findings.candidates, onGroups);
     const auto hashing =
         kq::progress::Create(titleOfHeads, true, false, progressGranularity, 0, {});
-    CompareBodies(CompareHeads(findings, work, *hashing), findings, work, *hashing, afterwards);
+    CompareBodies(CompareHeads(findings, work, *hashing, feed), findings, work, *hashing, feed,
+                  afterwards);
 }
 
 std::size_t CountNotCompared(std::vector<Candidate>& candidates) {
@@ -124,13 +133,13 @@ std::size_t CountNotCompared(std::vector<Candidate>& candidates) {
 } // namespace
 
 void Search(const std::wstring& folder, std::uint64_t minSize, Work& work, Findings& findings,
-            const kq::concurrency::Job& report) {
+            const kq::concurrency::Job& report, const OnGroups& onGroups) {
     try {
         LookForFiles(folder, work, findings.tree);
         findings.candidates = FindCandidates(findings.tree, minSize);
         // Takes too little time for a text of its own. Complete when its job has run and is gone.
         std::shared_ptr<IProgress> reporting = work.Root().CreateChild(shareOfReport, L"");
-        Compare(findings, work, [&report, part = std::move(reporting)] { report(); });
+        Compare(findings, work, onGroups, [&report, part = std::move(reporting)] { report(); });
     } catch (const Cancelled&) {
         // The stages have ended on the way here: no job is left that could add anything.
         findings.interrupted = true;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "candidate.h"
+#include "grouping.h"
 #include "tally.h"
 #include "tree.h"
 #include "work.h"
@@ -28,10 +29,12 @@ struct Findings {
 
 /// Searches the folder (see `ResolveFolder`) for files of at least `minSize` bytes with equal
 /// content, and runs `report` when `findings` are complete: in a job that depends on those that
-/// read, or, when `work` is cancelled, on the calling thread with what was found until then. Throws
-/// `std::bad_alloc`, what `report` and the observers of the work throw, and "Thread could not be
-/// created!".
+/// read, or, when `work` is cancelled, on the calling thread with what was found until then.
+/// `onGroups` is told of groups before that, as soon as they are known (see `GroupFeed`), on
+/// several threads at once; those in the final `findings` differ only where files changed
+/// meanwhile. Throws `std::bad_alloc`, what `report`, `onGroups` and the observers of the work
+/// throw, and "Thread could not be created!".
 void Search(const std::wstring& folder, std::uint64_t minSize, Work& work, Findings& findings,
-            const kq::concurrency::Job& report);
+            const kq::concurrency::Job& report, const OnGroups& onGroups = {});
 
 } // namespace find_duplicates

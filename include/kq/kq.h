@@ -36,9 +36,11 @@
 #include <kq/signal/signaler.h>
 #include <kq/signal/sink_list.h>
 #include <kq/singleton.h>
+#include <kq/thread/annotations.h>
 #include <kq/thread/memory_reserver.h>
 #include <kq/thread/precise_sleeper.h>
 #include <kq/thread/priority.h>
+#include <kq/thread/scoped_locks.h>
 #include <kq/thread/spin_mutex.h>
 #include <kq/thread/thread_names.h>
 #include <kq/type/guid.h>

@@ -2,13 +2,13 @@
 #pragma once
 
 #include <kq/shared_ref.h>
+#include <kq/thread/scoped_locks.h>
 #include <kq/thread/spin_mutex.h>
 
 #include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -74,7 +74,7 @@ public:
 private:
     void Exchange(Ptr<T>* holder, T* instance) {
         {
-            const std::lock_guard guard(mutex_);
+            const thread::lock_guard guard(mutex_);
             holder = holder_.exchange(holder);
             instance_.store(instance, std::memory_order_release);
             AwaitReaders();

@@ -36,7 +36,7 @@ std::shared_ptr<Gate> Gate::Make(const std::shared_ptr<CJobTermsImpl>& terms) {
         return nullptr;
     auto gate = thread::MakeRecycled<Gate>();
     if (!gate->AddClauses(terms->condition)) {
-        gate->clauses.clear();
+        gate->clauses.Clear();
         gate->condition = terms->condition;
     }
     return gate;
@@ -46,7 +46,7 @@ std::shared_ptr<Gate> Gate::Make(const std::shared_ptr<CJobTermsImpl>& terms) {
 // they have an opaque part.
 bool Gate::AddClauses(const std::function<StartInfo()>& terms) {
     if (const auto* const tickets = terms.target<TicketCondition>()) {
-        clauses.emplace_front(*tickets);
+        clauses.Add(*tickets);
         return true;
     }
     const auto* const both = terms.target<Conjunction>();
@@ -56,7 +56,7 @@ bool Gate::AddClauses(const std::function<StartInfo()>& terms) {
     return std::all_of(parts.begin(), parts.end(), [this](const std::function<StartInfo()>* part) {
         const auto* const tickets = part->target<TicketCondition>();
         if (tickets != nullptr)
-            clauses.emplace_front(*tickets);
+            clauses.Add(*tickets);
         return tickets != nullptr;
     });
 }
@@ -65,14 +65,13 @@ StartInfo Gate::Ask() {
     if (condition)
         return condition();
     StartInfo both = StartInfo::Start;
-    for (TicketClause& clause : clauses) {
+    const bool mayStart = clauses.AllOf([&both](TicketClause& clause) {
         const StartInfo answer = clause.Ask();
-        if (answer == StartInfo::Drop)
-            return answer;
         if (answer == StartInfo::Postpone)
             both = answer;
-    }
-    return both;
+        return answer != StartInfo::Drop;
+    });
+    return mayStart ? both : StartInfo::Drop;
 }
 
 } // namespace kq::concurrency

@@ -7,10 +7,12 @@
 #include "concurrency/ticket_condition.h"
 #include "thread/recycling.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <forward_list>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace kq::concurrency {
 
@@ -42,6 +44,33 @@ private:
     std::shared_ptr<Gate> gate_;
 };
 
+/// The ticket conditions of one job. The first one, which is the only one as a rule, takes no
+/// memory of its own.
+class ClauseList {
+public:
+    void Add(const TicketCondition& condition) {
+        if (first_)
+            others_.emplace_front(condition);
+        else
+            first_.emplace(condition);
+    }
+    void Clear() noexcept {
+        first_.reset();
+        others_.clear();
+    }
+
+    /// Stops at the first one for which the predicate says no.
+    template <class Predicate>
+    bool AllOf(Predicate predicate) {
+        return (!first_ || predicate(*first_)) &&
+               std::all_of(others_.begin(), others_.end(), predicate);
+    }
+
+private:
+    std::optional<TicketClause> first_;
+    std::forward_list<TicketClause, thread::RecyclingAllocator<TicketClause>> others_;
+};
+
 /// The queue's side of a gate.
 class GateKeeper : public std::enable_shared_from_this<GateKeeper> {
 public:
@@ -68,7 +97,7 @@ public:
 
     /// Asked when the condition is opaque; empty otherwise.
     std::function<StartInfo()> condition;
-    std::forward_list<TicketClause, thread::RecyclingAllocator<TicketClause>> clauses;
+    ClauseList clauses;
     std::size_t openClauses = 0; ///< those that wait still
 
     /// The job behind it; null once that was taken out of the queue.

@@ -1,12 +1,13 @@
 #include "concurrency/job_state.h"
 
+#include <kq/thread/scoped_locks.h>
+
 #include "concurrency/finish_cascade.h"
 #include "concurrency/poll_bell.h"
 #include "thread/deadline.h"
 #include "thread/platform.h"
 
 #include <chrono>
-#include <mutex>
 #include <typeinfo>
 #include <utility>
 
@@ -94,11 +95,15 @@ void CJobState::Withdraw(FinishCascade& cascade) noexcept { Finish(JobStatus::Re
 void CJobState::Finish(JobStatus status, FinishCascade& cascade) noexcept {
     // Sequentially consistent, so that whoever polls conditions either sees the new status or has
     // its bell rung.
-    const std::uint32_t before = word_.exchange(static_cast<std::uint32_t>(status));
+    std::uint32_t before = word_.load(std::memory_order_relaxed);
+    do {
+        if ((before & listHeld) != 0)
+            before = AwaitList();
+    } while (!word_.compare_exchange_weak(before, static_cast<std::uint32_t>(status)));
     if ((before & waitedFor) != 0)
         thread::platform::WakeAll(word_);
     if ((before & hasDependents) != 0) {
-        for (Dependent* dependent = DetachDependents(); dependent != nullptr;) {
+        for (Dependent* dependent = std::exchange(dependents_, nullptr); dependent != nullptr;) {
             Dependent* const next = dependent->next_;
             dependent->OnFinished(cascade);
             dependent = next;
@@ -107,16 +112,44 @@ void CJobState::Finish(JobStatus status, FinishCascade& cascade) noexcept {
     PollBell::Ring();
 }
 
-bool CJobState::AddDependent(Dependent& dependent) noexcept {
-    const std::lock_guard guard(dependentsMutex_);
-    // The mark and the status change in one word: either the finishing thread sees the mark, and
-    // then waits for this mutex, or this thread sees that the job is finished.
+// Yields the word as it is when nobody holds the list.
+std::uint32_t CJobState::AwaitList() noexcept {
+    constexpr int spins = 64;
+    for (int spin = 0;; ++spin) {
+        std::uint32_t word = word_.load(std::memory_order_relaxed);
+        if ((word & listHeld) == 0)
+            return word;
+        if (spin < spins)
+            thread::platform::SpinPause();
+        else if (word_.compare_exchange_strong(word, word | listAwaited, std::memory_order_relaxed))
+            thread::platform::WaitOnWord(word_, word | listAwaited, thread::platform::infinite);
+    }
+}
+
+// False when the job is finished.
+bool CJobState::HoldList() noexcept {
     std::uint32_t word = word_.load(std::memory_order_acquire);
     do {
+        if ((word & listHeld) != 0)
+            word = AwaitList();
         if (IsFinal(StatusOf(word)))
             return false;
-    } while (!word_.compare_exchange_weak(word, word | hasDependents, std::memory_order_acquire));
+    } while (!word_.compare_exchange_weak(word, word | listHeld | hasDependents,
+                                          std::memory_order_acquire));
+    return true;
+}
 
+void CJobState::ReleaseList() noexcept {
+    const std::uint32_t before =
+        word_.fetch_and(~(listHeld | listAwaited), std::memory_order_release);
+    // Those who wait for the job sleep on the same word, and look again.
+    if ((before & listAwaited) != 0)
+        thread::platform::WakeAll(word_);
+}
+
+bool CJobState::AddDependent(Dependent& dependent) noexcept {
+    if (!HoldList())
+        return false;
     dependent.next_ = nullptr;
     if (dependents_ == nullptr) {
         dependent.previous_ = &dependent;
@@ -126,32 +159,28 @@ bool CJobState::AddDependent(Dependent& dependent) noexcept {
         dependents_->previous_->next_ = &dependent;
         dependents_->previous_ = &dependent;
     }
+    ReleaseList();
     return true;
 }
 
 bool CJobState::RemoveDependent(Dependent& dependent) noexcept {
-    const std::lock_guard guard(dependentsMutex_);
-    if (dependent.previous_ == nullptr)
+    if (!HoldList())
         return false;
-    if (dependent.next_ != nullptr)
-        dependent.next_->previous_ = dependent.previous_;
-    else
-        dependents_->previous_ = dependent.previous_;
-    if (dependents_ == &dependent)
-        dependents_ = dependent.next_;
-    else
-        dependent.previous_->next_ = dependent.next_;
-    dependent.previous_ = nullptr;
-    dependent.next_ = nullptr;
-    return true;
-}
-
-// Takes the list over; `RemoveDependent` finds nothing of it any more.
-Dependent* CJobState::DetachDependents() noexcept {
-    const std::lock_guard guard(dependentsMutex_);
-    for (Dependent* dependent = dependents_; dependent != nullptr; dependent = dependent->next_)
-        dependent->previous_ = nullptr;
-    return std::exchange(dependents_, nullptr);
+    const bool isThere = dependent.previous_ != nullptr;
+    if (isThere) {
+        if (dependent.next_ != nullptr)
+            dependent.next_->previous_ = dependent.previous_;
+        else
+            dependents_->previous_ = dependent.previous_;
+        if (dependents_ == &dependent)
+            dependents_ = dependent.next_;
+        else
+            dependent.previous_->next_ = dependent.next_;
+        dependent.previous_ = nullptr;
+        dependent.next_ = nullptr;
+    }
+    ReleaseList();
+    return isThere;
 }
 
 } // namespace kq::concurrency

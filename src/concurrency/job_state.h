@@ -3,8 +3,6 @@
 
 #include <kq/concurrency/job_ticket.h>
 
-#include "thread/mutex.h"
-
 #include <atomic>
 #include <cstdint>
 #include <exception>
@@ -42,7 +40,7 @@ protected:
 private:
     friend class CJobState;
 
-    // Guarded by the mutex of the state that it hangs on.
+    // Of whoever holds the list of the state that it hangs on.
     Dependent* previous_ = nullptr;
     Dependent* next_ = nullptr;
 };
@@ -103,6 +101,10 @@ private:
     static constexpr std::uint32_t statusMask = 7;
     static constexpr std::uint32_t waitedFor = 8;      // a thread sleeps on the word
     static constexpr std::uint32_t hasDependents = 16; // the list was used
+    // Somebody is changing the list of dependents, which takes a few instructions. The job does not
+    // finish meanwhile; afterwards the list belongs to the thread that has finished it.
+    static constexpr std::uint32_t listHeld = 32;
+    static constexpr std::uint32_t listAwaited = 64; // and a thread sleeps until that is over
 
     static JobStatus StatusOf(std::uint32_t word) noexcept {
         return static_cast<JobStatus>(word & statusMask);
@@ -111,11 +113,12 @@ private:
 
     bool MarkWaitedFor(std::uint32_t& word) const noexcept;
     void Finish(JobStatus status, FinishCascade& cascade) noexcept;
-    Dependent* DetachDependents() noexcept;
+    std::uint32_t AwaitList() noexcept;
+    bool HoldList() noexcept;
+    void ReleaseList() noexcept;
 
     mutable std::atomic<std::uint32_t> word_{0};
     std::atomic<std::uint32_t> thread_{0};
-    thread::mutex dependentsMutex_;
     const bool isInAdapter_ = false;
     // In the order of registration; circular over the first one's `previous_`.
     Dependent* dependents_ = nullptr;

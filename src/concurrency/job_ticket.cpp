@@ -2,9 +2,19 @@
 
 #include "concurrency/job_state.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
 namespace kq::concurrency {
 
 namespace {
+
+// `unsigned long` may hold more than the library's waits, which are as long as the platform's.
+std::uint32_t Saturated(unsigned long milliseconds) noexcept {
+    constexpr unsigned long longest = std::numeric_limits<std::uint32_t>::max();
+    return static_cast<std::uint32_t>(std::min(milliseconds, longest));
+}
 
 void RethrowFailure(const CJobState& state) {
     if (state.Error())
@@ -30,7 +40,7 @@ void CJobTicket::Wait(std::optional<std::string>& error) const {
 bool CJobTicket::Wait(unsigned long milliseconds) const {
     if (!state_)
         return true;
-    if (!state_->Wait(milliseconds))
+    if (!state_->Wait(Saturated(milliseconds)))
         return false;
     RethrowFailure(*state_);
     return true;
@@ -39,7 +49,7 @@ bool CJobTicket::Wait(unsigned long milliseconds) const {
 bool CJobTicket::Wait(unsigned long milliseconds, std::optional<std::string>& error) const {
     if (!state_)
         return true;
-    const bool finished = state_->Wait(milliseconds);
+    const bool finished = state_->Wait(Saturated(milliseconds));
     error = finished ? state_->ErrorText() : std::nullopt;
     return finished;
 }

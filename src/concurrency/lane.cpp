@@ -2,10 +2,11 @@
 // is in lane_dispatch.cpp.
 #include "concurrency/lane.h"
 
+#include <kq/thread/scoped_locks.h>
+
 #include "concurrency/finish_cascade.h"
 #include "concurrency/poll_bell.h"
 
-#include <mutex>
 #include <utility>
 
 namespace kq::concurrency {
@@ -16,7 +17,7 @@ CJobTicket LaneCore::Queue(std::shared_ptr<CQueueJobAdapter> job) {
     FinishCascade cascade;
     Help help = Help::None;
     {
-        const std::lock_guard guard(mutex_);
+        const thread::lock_guard guard(mutex_);
         job->queue = this;
         jobs_.Enter(std::move(job), *this, opened, cascade);
         help = NeededHelp();
@@ -31,7 +32,7 @@ void LaneCore::OnTicketFinished(const std::shared_ptr<Gate>& gate, TicketClause&
     std::shared_ptr<Gate> opened;
     Help help = Help::None;
     {
-        const std::lock_guard guard(mutex_);
+        const thread::lock_guard guard(mutex_);
         const PendingJobs::Outcome outcome = jobs_.OnTicketFinished(gate, clause, opened, cascade);
         if (outcome != PendingJobs::Outcome::Waits && !cascade.WillLookIn(this))
             help = NeededHelp();
@@ -43,7 +44,7 @@ bool LaneCore::Remove(CQueueJobAdapter& job) {
     FinishCascade cascade;
     Help help = Help::None;
     {
-        const std::lock_guard guard(mutex_);
+        const thread::lock_guard guard(mutex_);
         if (job.place == CQueueJobAdapter::Place::Nowhere)
             return false;
         cascade.Drop(jobs_.TakeOut(job));
@@ -55,40 +56,38 @@ bool LaneCore::Remove(CQueueJobAdapter& job) {
 }
 
 bool LaneCore::IsIdle() const noexcept {
-    const std::lock_guard guard(mutex_);
+    const thread::lock_guard guard(mutex_);
     return jobs_.IsEmpty() && activeCount_ + startingCount_ == 0;
 }
 
 std::uint64_t LaneCore::QueuedCount() const noexcept {
-    const std::lock_guard guard(mutex_);
+    const thread::lock_guard guard(mutex_);
     return jobs_.EnteredCount();
 }
 
 void LaneCore::Drain() {
     if (thread::platform::ProcessIsEnding())
         return;
-    Lock lock(mutex_);
+    const thread::lock_guard guard(mutex_);
     for (;;) {
         while (activeCount_ + startingCount_ != 0)
-            gone_.wait(lock);
+            gone_.wait(mutex_);
         if (jobs_.IsEmpty())
             return;
         // Jobs wait and nobody serves them: a dispatcher could not be started when they came.
         ++startingCount_;
         isStartCountedOn_ = false;
-        lock.unlock();
+        const thread::unlock_guard released(mutex_);
         FinishCascade cascade;
         try {
             StartDispatcher();
         } catch (...) {
-            lock.lock();
+            const thread::lock_guard retaken(mutex_);
             // A dispatcher that was given up earlier may have found a thread meanwhile.
             if (activeCount_ + startingCount_ == 0)
                 jobs_.DropAll(cascade);
-            lock.unlock();
         }
         cascade.Run();
-        lock.lock();
     }
 }
 

@@ -52,38 +52,41 @@ public:
                           FinishCascade& cascade) noexcept override;
 
 private:
-    using Lock = PendingJobs::Lock;
     /// What has to happen, once the lock is released, for somebody to look for work.
     enum class Help { None, WakeSleeper, RingBell, StartDispatcher };
     class DispatcherStart;
     class PausePlan;
 
-    Help NeededHelp() noexcept;
-    void Give(Help help);
-    void TryToGive(Help help) noexcept;
-    void StartDispatcher();
+    Help NeededHelp() noexcept KQ_REQUIRES(mutex_);
+    void Give(Help help) KQ_EXCLUDES(mutex_);
+    void TryToGive(Help help) noexcept KQ_EXCLUDES(mutex_);
+    void StartDispatcher() KQ_EXCLUDES(mutex_);
 
-    void Dispatch(DispatcherStart& start) noexcept;
-    std::shared_ptr<CQueueJobAdapter> NextJob(Lock& lock) noexcept;
-    void Linger(Lock& lock) noexcept;
-    void Sleep(Lock& lock) noexcept;
-    void Pause(Lock& lock, PausePlan& plan) noexcept;
+    void Dispatch(DispatcherStart& start) noexcept KQ_EXCLUDES(mutex_);
+    std::shared_ptr<CQueueJobAdapter> NextJob() noexcept KQ_RELEASE(mutex_);
+    void Linger() noexcept KQ_REQUIRES(mutex_);
+    void Sleep() noexcept KQ_REQUIRES(mutex_);
+    void Pause(PausePlan& plan) noexcept KQ_REQUIRES(mutex_);
 
     CThreadPool& pool_;
     const std::size_t maxDispatchers_;
 
-    mutable thread::mutex mutex_; // guards everything below
+    mutable thread::mutex mutex_;
     thread::condition_variable woken_;
     thread::condition_variable gone_; // no dispatcher is left
 
-    PendingJobs jobs_;
+    PendingJobs jobs_ KQ_GUARDED_BY(mutex_);
 
-    std::size_t startingCount_ = 0; // dispatchers whose thread was asked for; at most one
-    bool isStartCountedOn_ = false; // somebody has left work to it since
-    std::size_t activeCount_ = 0;   // dispatchers on a thread
-    std::size_t lookingCount_ = 0;  // those of them that run no job
-    bool isSleeping_ = false;       // one of these waits for woken_
-    bool isPausing_ = false;        // one of these waits for the bell
+    // Dispatchers whose thread was asked for; at most one.
+    std::size_t startingCount_ KQ_GUARDED_BY(mutex_) = 0;
+    // Somebody has left work to it since.
+    bool isStartCountedOn_ KQ_GUARDED_BY(mutex_) = false;
+    // Dispatchers on a thread, and those of them that run no job.
+    std::size_t activeCount_ KQ_GUARDED_BY(mutex_) = 0;
+    std::size_t lookingCount_ KQ_GUARDED_BY(mutex_) = 0;
+    // One of these waits for woken_; for the bell.
+    bool isSleeping_ KQ_GUARDED_BY(mutex_) = false;
+    bool isPausing_ KQ_GUARDED_BY(mutex_) = false;
 };
 
 } // namespace kq::concurrency

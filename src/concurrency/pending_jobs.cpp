@@ -1,5 +1,7 @@
 #include "concurrency/pending_jobs.h"
 
+#include <kq/thread/scoped_locks.h>
+
 #include "concurrency/finish_cascade.h"
 
 #include <utility>
@@ -61,16 +63,15 @@ void PendingJobs::Enter(std::shared_ptr<CQueueJobAdapter> entering, GateKeeper& 
     gate.keeper = keeper.shared_from_this();
     job.place = Place::Waiting;
     waiting_.PushBack(job);
-    for (TicketClause& clause : gate.clauses) {
+    const bool mayStart = gate.clauses.AllOf([&](TicketClause& clause) {
         const StartInfo answer = clause.Advance(job.gate);
-        if (answer == StartInfo::Drop) {
-            cascade.Drop(TakeOut(job));
-            return;
-        }
         if (answer == StartInfo::Postpone)
             ++gate.openClauses;
-    }
-    if (gate.openClauses == 0)
+        return answer != StartInfo::Drop;
+    });
+    if (!mayStart)
+        cascade.Drop(TakeOut(job));
+    else if (gate.openClauses == 0)
         Open(job, opened);
 }
 
@@ -128,8 +129,10 @@ std::shared_ptr<CQueueJobAdapter> PendingJobs::TakeOut(CQueueJobAdapter& job) no
             break;
         case Place::Waiting:
             waiting_.Unlink(job);
-            for (TicketClause& clause : job.gate->clauses)
+            job.gate->clauses.AllOf([](TicketClause& clause) {
                 clause.Unhook();
+                return true;
+            });
             break;
         case Place::Incoming:
         case Place::Nowhere:
@@ -154,7 +157,8 @@ std::shared_ptr<CQueueJobAdapter> PendingJobs::TakeFirstReady() noexcept {
     return job != nullptr ? TakeOut(*job) : nullptr;
 }
 
-std::shared_ptr<CQueueJobAdapter> PendingJobs::Poll(Lock& lock, FinishCascade& cascade) noexcept {
+std::shared_ptr<CQueueJobAdapter> PendingJobs::Poll(thread::mutex& held,
+                                                    FinishCascade& cascade) noexcept {
     std::shared_ptr<CQueueJobAdapter> taken;
     {
         const std::uint64_t end = nextSequence_;
@@ -167,14 +171,15 @@ std::shared_ptr<CQueueJobAdapter> PendingJobs::Poll(Lock& lock, FinishCascade& c
                 taken = TakeFirstReady();
 
             std::shared_ptr<Gate> gate = job.gate;
-            lock.unlock();
-            const StartInfo answer = gate->condition();
-            lock.lock();
+            StartInfo answer = StartInfo::Postpone;
+            {
+                const thread::unlock_guard released(held);
+                answer = gate->condition();
+            }
             if (gate->job == nullptr) {
                 // Taken out meanwhile, and the condition with it: this may be its last owner.
-                lock.unlock();
+                const thread::unlock_guard released(held);
                 gate.reset();
-                lock.lock();
             } else if (answer == StartInfo::Drop) {
                 cascade.Drop(TakeOut(job));
             } else if (answer == StartInfo::Start && taken == nullptr) {

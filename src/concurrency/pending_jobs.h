@@ -11,7 +11,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 
 namespace kq::concurrency {
 
@@ -33,7 +32,6 @@ public:
         IsReady, ///< it may start
         IsGone,  ///< it was dropped
     };
-    using Lock = std::unique_lock<thread::mutex>;
 
     bool IsEmpty() const noexcept { return count_ == 0; }
     bool HasReady() const noexcept { return !ready_.IsEmpty(); }
@@ -42,8 +40,10 @@ public:
     /// How many jobs have ever entered.
     std::uint64_t EnteredCount() const noexcept { return nextSequence_; }
 
-    /// Grows with every job that becomes ready or polled. May be read without the mutex.
+    /// Grows with every job that becomes ready or polled.
     std::uint32_t Arrivals() const noexcept { return arrivals_.load(std::memory_order_relaxed); }
+    /// The same, to be read without the mutex too.
+    const std::atomic<std::uint32_t>& ArrivalCounter() const noexcept { return arrivals_; }
 
     /// Takes a job, behind all others in the order of submission. A job that can never run goes to
     /// `cascade`; a gate that is open already goes to `opened`.
@@ -66,7 +66,8 @@ public:
     /// One pass over the polled jobs: takes the first job, polled or ready, that may start, and
     /// moves every one that never will to `cascade`. Releases the mutex while a condition is asked,
     /// so that jobs may come and go meanwhile; those that come are for the next pass.
-    std::shared_ptr<CQueueJobAdapter> Poll(Lock& lock, FinishCascade& cascade) noexcept;
+    std::shared_ptr<CQueueJobAdapter> Poll(thread::mutex& held, FinishCascade& cascade) noexcept
+        KQ_REQUIRES(held);
 
     /// Takes every job out, to be dropped.
     void DropAll(FinishCascade& cascade) noexcept;

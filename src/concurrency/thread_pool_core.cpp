@@ -1,5 +1,7 @@
 #include "concurrency/thread_pool_core.h"
 
+#include <kq/thread/scoped_locks.h>
+
 #include "concurrency/pool_thread.h"
 #include "thread/deadline.h"
 #include "thread/recycling.h"
@@ -26,21 +28,11 @@ std::size_t SpareLimit(std::size_t requested) {
 /// thread itself or the failure of the factory, takes it off the count, and the other does not.
 class ThreadPoolCore::Newcomer {
 public:
-    explicit Newcomer(std::shared_ptr<ThreadPoolCore> pool) : pool_(std::move(pool)) {
-        ++pool_->comingCount_;
-    }
+    explicit Newcomer(std::shared_ptr<ThreadPoolCore> thePool) noexcept
+        : pool(std::move(thePool)) {}
 
-    ThreadPoolCore& Pool() const noexcept { return *pool_; }
-
-    // Both under the pool's mutex.
-    void Arrive() noexcept {
-        if (std::exchange(isComing_, false))
-            --pool_->comingCount_;
-    }
-
-private:
-    std::shared_ptr<ThreadPoolCore> pool_;
-    bool isComing_ = true;
+    const std::shared_ptr<ThreadPoolCore> pool;
+    bool isComing = true; ///< in the pool's comingCount_
 };
 
 ThreadPoolCore::ThreadPoolCore(std::size_t maxSpareThreads, std::chrono::duration<int> idleTime,
@@ -55,13 +47,13 @@ CJobTicket ThreadPoolCore::Start(const Job& job) {
     auto entry = std::make_unique<JobEntry>(JobEntry{job, MakePendingTicket()});
     CJobTicket ticket = entry->ticket;
 
-    std::unique_lock lock(mutex_);
+    thread::unique_lock lock(mutex_);
     while (handOver_ != nullptr) {
         // A busy thread does not count: its job may be the one that calls here.
         if (spareCount_ + comingCount_ != 0)
-            jobTaken_.wait(lock);
+            jobTaken_.wait(mutex_);
         else
-            AddThread(lock);
+            AddThread();
     }
     ++jobCount_;
     handOver_ = std::move(entry);
@@ -72,23 +64,26 @@ CJobTicket ThreadPoolCore::Start(const Job& job) {
         lock.unlock();
         jobAvailable_.notify_one();
     } else {
-        AddThread(lock);
+        AddThread();
     }
     return ticket;
 }
 
-void ThreadPoolCore::AddThread(std::unique_lock<thread::mutex>& lock) {
+void ThreadPoolCore::AddThread() {
     std::list<HeldThread> made(1);
     const auto newcomer = std::make_shared<Newcomer>(shared_from_this());
+    ++comingCount_;
     ++beingMade_;
-    lock.unlock();
     std::exception_ptr error;
-    try {
-        made.front().thread = factory_(Job([newcomer] { newcomer->Pool().RunThread(*newcomer); }));
-    } catch (...) {
-        error = std::current_exception();
+    {
+        const thread::unlock_guard released(mutex_);
+        try {
+            made.front().thread =
+                factory_(Job([newcomer] { newcomer->pool->RunThread(*newcomer); }));
+        } catch (...) {
+            error = std::current_exception();
+        }
     }
-    lock.lock();
     if (--beingMade_ == 0)
         settled_.notify_all();
     if (made.front().thread != nullptr) {
@@ -96,18 +91,23 @@ void ThreadPoolCore::AddThread(std::unique_lock<thread::mutex>& lock) {
         return;
     }
     // Those who count on this thread have to look again.
-    newcomer->Arrive();
+    Arrive(*newcomer);
     jobTaken_.notify_all();
     if (error)
         std::rethrow_exception(error);
     throw std::runtime_error("Thread could not be created!");
 }
 
+void ThreadPoolCore::Arrive(Newcomer& newcomer) noexcept {
+    if (std::exchange(newcomer.isComing, false))
+        --comingCount_;
+}
+
 void ThreadPoolCore::RunThread(Newcomer& newcomer) noexcept {
     CurrentJobSlot& slot = CurrentJob();
-    std::unique_lock lock(mutex_);
-    newcomer.Arrive();
-    while (const std::unique_ptr<JobEntry> entry = WaitForJob(lock)) {
+    thread::unique_lock lock(mutex_);
+    Arrive(newcomer);
+    while (const std::unique_ptr<JobEntry> entry = WaitForJob()) {
         lock.unlock();
         jobTaken_.notify_one();
         RunJob(entry->job, entry->ticket, slot);
@@ -119,7 +119,7 @@ void ThreadPoolCore::RunThread(Newcomer& newcomer) noexcept {
 }
 
 // Yields nothing when this thread is to end.
-std::unique_ptr<JobEntry> ThreadPoolCore::WaitForJob(std::unique_lock<thread::mutex>& lock) {
+std::unique_ptr<JobEntry> ThreadPoolCore::WaitForJob() {
     ++spareCount_;
     const auto deadline = thread::SaturatedSum(clock_.Now(), idleTime_);
     bool isSurplus = true;
@@ -128,11 +128,11 @@ std::unique_ptr<JobEntry> ThreadPoolCore::WaitForJob(std::unique_lock<thread::mu
     // idle time ended is taken.
     while (handOver_ == nullptr && maxSpareCount_ != 0) {
         if (!isSurplus)
-            jobAvailable_.wait(lock);
+            jobAvailable_.wait(mutex_);
         else if (clock_.Now() < deadline)
-            clock_.WaitUntil(jobAvailable_, lock, deadline);
+            clock_.WaitUntil(jobAvailable_, mutex_, deadline);
         else if (!std::exchange(hasTrimmed, true))
-            Trim(lock);
+            Trim();
         else if (spareCount_ <= maxSpareCount_)
             isSurplus = false;
         else
@@ -143,34 +143,33 @@ std::unique_ptr<JobEntry> ThreadPoolCore::WaitForJob(std::unique_lock<thread::mu
 }
 
 // What a burst of jobs has left behind goes when a thread has found nothing to do for a while.
-void ThreadPoolCore::Trim(std::unique_lock<thread::mutex>& lock) noexcept {
-    lock.unlock();
+void ThreadPoolCore::Trim() noexcept {
+    const thread::unlock_guard released(mutex_);
     thread::TrimRecyclers();
-    lock.lock();
 }
 
 std::size_t ThreadPoolCore::ThreadCount() const {
-    const std::lock_guard guard(mutex_);
+    const thread::lock_guard guard(mutex_);
     return threads_.size();
 }
 
 std::size_t ThreadPoolCore::SpareThreadCount() const {
-    const std::lock_guard guard(mutex_);
+    const thread::lock_guard guard(mutex_);
     return spareCount_;
 }
 
 std::size_t ThreadPoolCore::JobCount() const {
-    const std::lock_guard guard(mutex_);
+    const thread::lock_guard guard(mutex_);
     return jobCount_;
 }
 
 void ThreadPoolCore::RemoveFinishedThreads() {
     // Ends after the lock is released, as its destructor is the thread objects' own code.
     std::list<HeldThread> finished;
-    std::unique_lock lock(mutex_);
+    const thread::lock_guard guard(mutex_);
     for (auto held = threads_.begin(); held != threads_.end();) {
         // One that somebody else is asking is theirs to remove.
-        const bool remove = !held->isAsked && IsFinished(*held, lock);
+        const bool remove = !held->isAsked && IsFinished(*held);
         const auto next = std::next(held);
         if (remove)
             finished.splice(finished.end(), threads_, held);
@@ -179,42 +178,38 @@ void ThreadPoolCore::RemoveFinishedThreads() {
 }
 
 // Releases the lock while it asks; the mark keeps the element where it is.
-bool ThreadPoolCore::IsFinished(HeldThread& held, std::unique_lock<thread::mutex>& lock) {
-    struct Mark {
-        ThreadPoolCore& pool;
-        HeldThread& held;
-        std::unique_lock<thread::mutex>& lock;
-
-        Mark(ThreadPoolCore& thePool, HeldThread& theHeld, std::unique_lock<thread::mutex>& theLock)
-            : pool(thePool), held(theHeld), lock(theLock) {
-            held.isAsked = true;
-            ++pool.beingAsked_;
-            lock.unlock();
+bool ThreadPoolCore::IsFinished(HeldThread& held) {
+    held.isAsked = true;
+    ++beingAsked_;
+    bool isFinished = false;
+    std::exception_ptr error;
+    {
+        const thread::unlock_guard released(mutex_);
+        try {
+            isFinished = held.thread->IsFinished();
+        } catch (...) {
+            error = std::current_exception();
         }
-        Mark(const Mark&) = delete;
-        Mark& operator=(const Mark&) = delete;
-        ~Mark() {
-            lock.lock();
-            held.isAsked = false;
-            if (--pool.beingAsked_ == 0)
-                pool.settled_.notify_all();
-        }
-    };
-    const Mark mark(*this, held, lock);
-    return held.thread->IsFinished();
+    }
+    held.isAsked = false;
+    if (--beingAsked_ == 0)
+        settled_.notify_all();
+    if (error)
+        std::rethrow_exception(error);
+    return isFinished;
 }
 
 void ThreadPoolCore::ShutDown() {
     if (thread::platform::ProcessIsEnding())
         return;
-    std::unique_lock lock(mutex_);
+    const thread::lock_guard guard(mutex_);
     maxSpareCount_ = 0;
     jobAvailable_.notify_all();
     // Jobs that still run may start others, and these need threads; so may the destructor of what a
     // job captured for which no thread could be made.
     for (;;) {
         while (beingMade_ != 0 || beingAsked_ != 0)
-            settled_.wait(lock);
+            settled_.wait(mutex_);
         if (threads_.empty() && handOver_ == nullptr)
             return;
         std::list<HeldThread> ending;
@@ -222,10 +217,9 @@ void ThreadPoolCore::ShutDown() {
         std::unique_ptr<JobEntry> neverRun;
         if (ending.empty())
             neverRun = std::move(handOver_);
-        lock.unlock();
+        const thread::unlock_guard released(mutex_);
         ending.clear();
         neverRun.reset();
-        lock.lock();
     }
 }
 

@@ -13,7 +13,6 @@
 #include <cstddef>
 #include <list>
 #include <memory>
-#include <mutex>
 
 namespace kq::concurrency {
 
@@ -45,28 +44,31 @@ private:
     };
     class Newcomer;
 
-    void AddThread(std::unique_lock<thread::mutex>& lock);
-    void RunThread(Newcomer& newcomer) noexcept;
-    std::unique_ptr<JobEntry> WaitForJob(std::unique_lock<thread::mutex>& lock);
-    void Trim(std::unique_lock<thread::mutex>& lock) noexcept;
-    bool IsFinished(HeldThread& held, std::unique_lock<thread::mutex>& lock);
+    // These release the mutex meanwhile.
+    void AddThread() KQ_REQUIRES(mutex_);
+    std::unique_ptr<JobEntry> WaitForJob() KQ_REQUIRES(mutex_);
+    void Trim() noexcept KQ_REQUIRES(mutex_);
+    bool IsFinished(HeldThread& held) KQ_REQUIRES(mutex_);
+
+    void RunThread(Newcomer& newcomer) noexcept KQ_EXCLUDES(mutex_);
+    void Arrive(Newcomer& newcomer) noexcept KQ_REQUIRES(mutex_);
 
     thread::Clock& clock_;
     const std::chrono::duration<int> idleTime_;
     const ThreadFactory factory_;
     std::atomic<std::size_t> maxSpareCount_; // 0 only once shutdown has begun; changed under mutex_
 
-    mutable thread::mutex mutex_; // guards everything below
+    mutable thread::mutex mutex_;
     thread::condition_variable jobAvailable_;
     thread::condition_variable jobTaken_; // or nobody is left who would take it
     thread::condition_variable settled_;  // beingMade_ or beingAsked_ dropped to 0
-    std::unique_ptr<JobEntry> handOver_;
-    std::list<HeldThread> threads_; // in the order of creation
-    std::size_t spareCount_ = 0;    // threads that wait for a job
-    std::size_t comingCount_ = 0;   // threads that will look for their first job
-    std::size_t beingMade_ = 0;     // calls of the factory under way
-    std::size_t beingAsked_ = 0;    // held threads that are asked
-    std::size_t jobCount_ = 0;
+    std::unique_ptr<JobEntry> handOver_ KQ_GUARDED_BY(mutex_);
+    std::list<HeldThread> threads_ KQ_GUARDED_BY(mutex_); // in the order of creation
+    std::size_t spareCount_ KQ_GUARDED_BY(mutex_) = 0;    // threads that wait for a job
+    std::size_t comingCount_ KQ_GUARDED_BY(mutex_) = 0;   // threads before their first look for one
+    std::size_t beingMade_ KQ_GUARDED_BY(mutex_) = 0;     // calls of the factory under way
+    std::size_t beingAsked_ KQ_GUARDED_BY(mutex_) = 0;    // held threads that are asked
+    std::size_t jobCount_ KQ_GUARDED_BY(mutex_) = 0;
 };
 
 } // namespace kq::concurrency

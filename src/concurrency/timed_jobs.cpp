@@ -2,6 +2,7 @@
 
 #include <kq/concurrency/job_queue.h>
 #include <kq/concurrency/thread_pool.h>
+#include <kq/thread/scoped_locks.h>
 
 #include "concurrency/job_state.h"
 
@@ -21,6 +22,8 @@ std::atomic<std::int32_t> lastId{0};
 
 using Nanoseconds = std::chrono::nanoseconds;
 
+constexpr std::chrono::hours longestWait(24 * 10);
+
 /// Negative intervals are 0, those beyond the range the largest.
 Nanoseconds Saturated(std::chrono::milliseconds interval) noexcept {
     if (interval <= std::chrono::milliseconds::zero())
@@ -28,11 +31,6 @@ Nanoseconds Saturated(std::chrono::milliseconds interval) noexcept {
     constexpr auto largest =
         std::chrono::duration_cast<std::chrono::milliseconds>(Nanoseconds::max());
     return interval > largest ? Nanoseconds::max() : Nanoseconds(interval);
-}
-
-/// Neither is negative.
-Nanoseconds SaturatedSum(Nanoseconds left, Nanoseconds right) noexcept {
-    return left > Nanoseconds::max() - right ? Nanoseconds::max() : left + right;
 }
 
 // Without a UI queue the job queue refuses; the run is cancelled in any case.
@@ -65,56 +63,69 @@ struct TimedJobs::Run {
 
 TimedJobTicket TimedJobs::Register(std::function<void(const TimedJobTicket&)> job,
                                    std::chrono::milliseconds interval, bool repeat) {
-    auto registration = std::make_shared<Registration>();
+    auto registration = thread::MakeRecycled<Registration>();
     registration->callback = std::move(job);
-    auto ticket = std::make_shared<TimedJobState>(TimedJobState{0, repeat});
+    auto ticket = thread::MakeRecycled<TimedJobState>(TimedJobState{0, repeat});
 
     Entries made; // outside the lock, with everything that may fail
-    made.emplace(0, Entry{repeat, {}, Saturated(interval), registration, CJobTicket(), {}});
+    made.emplace(0, Entry(repeat, Saturated(interval), registration));
 
-    Lock lock(mutex_);
+    Entries::node_type takenBack;
+    const thread::lock_guard guard(mutex_);
     Entries::node_type entry = made.extract(made.begin());
     const std::int32_t id = ++lastId;
     entry.key() = ticket->id = registration->id = id;
-    entry.mapped().lastRun = clock_.Now();
-    entries_.insert(std::move(entry));
-    NotifyLoop();
+    const TimePoint now = entry.mapped().lastRun = clock_.Now();
+    Insert(std::move(entry));
+    Reschedule(now);
     // A loop that somebody else is starting will serve this job, unless it cannot be started.
     while (loop_ != nullptr && !loop_->isSettled)
-        loopSettled_.wait(lock);
+        loopSettled_.wait(mutex_);
     if (loop_ != nullptr || entries_.count(id) == 0)
         return ticket;
     try {
-        StartLoop(lock);
+        StartLoop();
     } catch (...) {
-        // Before anybody else starts a loop, which would serve it.
-        const Entries::node_type takenBack = entries_.extract(id);
-        lock.unlock();
+        // Before anybody else starts a loop, which would serve it. Destroyed after the lock.
+        if (const auto failed = entries_.find(id); failed != entries_.end())
+            takenBack = Extract(failed);
         throw;
     }
     return ticket;
 }
 
+void TimedJobs::Insert(Entries::node_type entry) noexcept {
+    // Ids are used again after four thousand million registrations.
+    if (const auto inserted = entries_.insert(std::move(entry)); inserted.inserted)
+        byLead_.insert(inserted.position->second);
+}
+
+TimedJobs::Entries::node_type TimedJobs::Extract(Entries::iterator entry) noexcept {
+    byLead_.erase(byLead_.iterator_to(entry->second));
+    return entries_.extract(entry);
+}
+
 // The lock is released meanwhile: making a thread takes its time, and may fail.
-void TimedJobs::StartLoop(Lock& lock) {
+void TimedJobs::StartLoop() {
     const auto loop = std::make_shared<Loop>();
     loop_ = loop;
     const CJobTicket previous = lastLoop_;
-    lock.unlock();
     CJobTicket ticket;
     std::exception_ptr error;
-    try {
-        const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
-        ticket = (pool != nullptr ? *pool : threadPool.Get())
-                     .Start([self = shared_from_this(), loop, previous] {
-                         std::optional<std::string> ignored;
-                         previous.Wait(ignored);
-                         self->RunLoop(*loop);
-                     });
-    } catch (...) {
-        error = std::current_exception();
+    {
+        const thread::unlock_guard released(mutex_);
+        try {
+            const std::shared_ptr<CThreadPool> pool = threadPool.GetShared();
+            ticket = (pool != nullptr ? *pool : threadPool.Get())
+                         .Start([self = shared_from_this(), loop, previous] {
+                             std::optional<std::string> ignored;
+                             previous.Wait(ignored);
+                             self->RunLoop(*loop);
+                         });
+        } catch (...) {
+            error = std::current_exception();
+        }
     }
-    lock.lock();
     loopSettled_.notify_all();
     if (error && !loop->isSettled) {
         // The pool keeps the loop, and may find a thread for it much later.
@@ -127,21 +138,31 @@ void TimedJobs::StartLoop(Lock& lock) {
         lastLoop_ = std::move(ticket);
 }
 
-void TimedJobs::NotifyLoop() noexcept {
-    ++changes_;
-    wakeUp_.notify_all();
+// Called after every change: a loop that sleeps computes its wait anew, from now on. It has to be
+// woken for that only when it would sleep too long.
+void TimedJobs::Reschedule(TimePoint now) noexcept {
+    if (!isLoopAsleep_)
+        return;
+    wakeTime_ = entries_.empty() ? now : now + std::min<Nanoseconds>(TimeToWait(now), longestWait);
+    if (wakeTime_ < sleepsUntil_) {
+        sleepsUntil_ = TimePoint::min();
+        wakeUp_.notify_all();
+    }
 }
 
 bool TimedJobs::Unregister(std::int32_t id) {
     Entries::node_type removed;
     {
-        const std::lock_guard guard(mutex_);
-        removed = entries_.extract(id);
-        if (removed.empty())
+        const thread::lock_guard guard(mutex_);
+        const auto entry = entries_.find(id);
+        if (entry == entries_.end())
             return false;
+        removed = Extract(entry);
         removed.mapped().registration->isCancelled = true;
-        NotifyLoop();
+        Reschedule(clock_.Now());
     }
+    if (removed.mapped().ticket.State() == nullptr)
+        return true;
     // A run that is past the queue by now finds that it is cancelled.
     if (const std::shared_ptr<CJobQueue> queue = jobQueue.GetShared())
         Withdraw(*queue, removed.mapped().ticket);
@@ -149,16 +170,17 @@ bool TimedJobs::Unregister(std::int32_t id) {
 }
 
 bool TimedJobs::IsIdle(std::int32_t id) {
-    const std::lock_guard guard(mutex_);
+    const thread::lock_guard guard(mutex_);
     const auto entry = entries_.find(id);
     return entry != entries_.end() && !entry->second.IsRunning();
 }
 
 void TimedJobs::Close() {
     Entries entries;
-    const std::lock_guard guard(mutex_);
+    const thread::lock_guard guard(mutex_);
+    byLead_.clear();
     entries.swap(entries_);
-    NotifyLoop();
+    Reschedule(clock_.Now());
 }
 
 bool TimedJobs::Entry::IsRunning() const noexcept {
@@ -168,49 +190,47 @@ bool TimedJobs::Entry::IsRunning() const noexcept {
 void TimedJobs::RunLoop(Loop& loop) noexcept {
     constexpr std::chrono::milliseconds leastAfterIdlePass(1);
     Nanoseconds least = Nanoseconds::zero();
-    Lock lock(mutex_);
+    const thread::lock_guard guard(mutex_);
     if (loop_.get() != &loop)
         return; // given up at its start
     loop.isSettled = true;
     loopSettled_.notify_all();
     while (!entries_.empty()) {
+        WaitUntilDue(least);
         // A job that is due but still runs would make this loop spin.
-        least = WaitUntilDue(lock, least) && !QueueDueRuns(lock) ? leastAfterIdlePass
-                                                                 : Nanoseconds::zero();
+        least = QueueDueRuns() ? Nanoseconds::zero() : leastAfterIdlePass;
     }
     loop_.reset();
 }
 
-// False when something changed meanwhile and the time has to be computed anew.
-bool TimedJobs::WaitUntilDue(Lock& lock, Nanoseconds least) noexcept {
-    constexpr std::chrono::hours longest(24 * 10);
+void TimedJobs::WaitUntilDue(Nanoseconds least) noexcept {
     const TimePoint now = clock_.Now();
-    const Nanoseconds wait = std::min<Nanoseconds>(std::max(TimeToWait(now), least), longest);
+    const Nanoseconds wait = std::min<Nanoseconds>(std::max(TimeToWait(now), least), longestWait);
     if (wait == Nanoseconds::zero()) {
-        lock.unlock();
-        lock.lock();
-        return true;
+        const thread::unlock_guard released(mutex_);
+        return;
     }
-    const std::uint32_t changes = changes_;
-    while (clock_.Now() < now + wait) {
-        clock_.WaitUntil(wakeUp_, lock, now + wait);
-        if (changes_ != changes)
-            return false;
+    wakeTime_ = now + wait;
+    isLoopAsleep_ = true;
+    while (clock_.Now() < wakeTime_) {
+        sleepsUntil_ = wakeTime_;
+        clock_.WaitUntil(wakeUp_, mutex_, wakeTime_);
     }
-    return true;
+    isLoopAsleep_ = false;
 }
 
 // The time that has gone by is added, not taken off, so a wait is never shorter than the smallest
 // interval and a job may come late. Hosts have come to rely on the pace that this gives.
 Nanoseconds TimedJobs::TimeToWait(TimePoint now) const noexcept {
-    Nanoseconds shortest = Nanoseconds::max();
-    for (const auto& [id, entry] : entries_)
-        shortest = std::min(shortest, SaturatedSum(entry.interval, now - entry.lastRun));
-    return shortest;
+    if (byLead_.empty())
+        return Nanoseconds::max();
+    const Nanoseconds lead = byLead_.begin()->Lead();
+    const Nanoseconds elapsed = now.time_since_epoch();
+    return lead > Nanoseconds::max() - elapsed ? Nanoseconds::max() : lead + elapsed;
 }
 
 // In the order of registration. Returns whether there were any.
-bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
+bool TimedJobs::QueueDueRuns() noexcept {
     bool hasQueued = false;
     for (auto entry = entries_.begin(); entry != entries_.end();) {
         const TimePoint now = clock_.Now();
@@ -221,7 +241,7 @@ bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
         }
         // The entries may change while the run is queued.
         const std::int32_t id = entry->first;
-        hasQueued = QueueRun(lock, *entry, now) || hasQueued;
+        hasQueued = QueueRun(*entry, now) || hasQueued;
         entry = entries_.upper_bound(id);
     }
     return hasQueued;
@@ -229,7 +249,7 @@ bool TimedJobs::QueueDueRuns(Lock& lock) noexcept {
 
 // Releases the lock; `due` may be gone afterwards. When the run cannot be queued, because the queue
 // is gone or there is no memory, the job stays due.
-bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) noexcept {
+bool TimedJobs::QueueRun(Entries::value_type& due, TimePoint now) noexcept {
     const std::int32_t id = due.first;
     std::shared_ptr<Registration> registration = due.second.registration;
     std::shared_ptr<CJobQueue> queue;
@@ -238,7 +258,7 @@ bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) no
     try {
         auto run = std::make_shared<Run>(Run{registration});
         due.second.run = queuedRun = run;
-        lock.unlock();
+        const thread::unlock_guard released(mutex_);
         queue = jobQueue.GetShared();
         Job job([run = std::move(run)] { (*run)(); });
         if (queue != nullptr)
@@ -247,24 +267,25 @@ bool TimedJobs::QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) no
         // A queue that found no thread has kept the run all the same, and then it is alive.
     }
     const bool isQueued = ticket.State() != nullptr || !queuedRun.expired();
-    if (!lock.owns_lock())
-        lock.lock();
     Entries::node_type ended;
     if (const auto entry = entries_.find(id); entry != entries_.end()) {
         entry->second.ticket = ticket;
-        if (isQueued)
-            entry->second.lastRun = now;
-        if (isQueued && !entry->second.repeat)
-            ended = entries_.extract(entry);
+        if (isQueued) {
+            Entries::node_type begun = Extract(entry);
+            begun.mapped().lastRun = now;
+            if (begun.mapped().repeat)
+                Insert(std::move(begun));
+            else
+                ended = std::move(begun);
+        }
     }
-    lock.unlock();
+    const thread::unlock_guard released(mutex_);
     // By somebody who could not know this ticket.
     if (registration->isCancelled && queue != nullptr)
         Withdraw(*queue, ticket);
     registration.reset();
     queue.reset();
     ended = Entries::node_type();
-    lock.lock();
     return isQueued;
 }
 

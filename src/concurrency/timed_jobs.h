@@ -7,13 +7,16 @@
 #include "thread/clock.h"
 #include "thread/condition_variable.h"
 #include "thread/mutex.h"
+#include "thread/recycling.h"
+
+#include <boost/intrusive/set.hpp>
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
+#include <utility>
 
 namespace kq::concurrency {
 
@@ -35,7 +38,6 @@ public:
     void Close();
 
 private:
-    using Lock = std::unique_lock<thread::mutex>;
     using TimePoint = thread::Clock::TimePoint;
     using Nanoseconds = std::chrono::nanoseconds;
     /// Guarded by the mutex.
@@ -45,7 +47,11 @@ private:
     struct Registration;
     struct Run;
 
-    struct Entry {
+    struct Entry : boost::intrusive::set_base_hook<> {
+        Entry(bool theRepeat, Nanoseconds theInterval,
+              std::shared_ptr<Registration> theRegistration) noexcept
+            : repeat(theRepeat), interval(theInterval), registration(std::move(theRegistration)) {}
+
         bool repeat;
         TimePoint lastRun; ///< of the registration, later of the last time that a run was queued
         Nanoseconds interval;
@@ -54,28 +60,42 @@ private:
         std::weak_ptr<Run> run; ///< the last run, until it has ended
 
         bool IsRunning() const noexcept;
+        /// What the time to wait for this one is, less the time of the clock.
+        Nanoseconds Lead() const noexcept { return interval - lastRun.time_since_epoch(); }
+        friend bool operator<(const Entry& left, const Entry& right) noexcept {
+            return left.Lead() < right.Lead();
+        }
     };
     /// By id, which is the order of registration.
-    using Entries = std::map<std::int32_t, Entry>;
+    using Entries = std::map<std::int32_t, Entry, std::less<>,
+                             thread::RecyclingAllocator<std::pair<const std::int32_t, Entry>>>;
 
-    void StartLoop(Lock& lock);
-    void NotifyLoop() noexcept;
+    void Insert(Entries::node_type entry) noexcept KQ_REQUIRES(mutex_);
+    Entries::node_type Extract(Entries::iterator entry) noexcept KQ_REQUIRES(mutex_);
 
-    void RunLoop(Loop& loop) noexcept;
-    bool WaitUntilDue(Lock& lock, Nanoseconds least) noexcept;
-    Nanoseconds TimeToWait(TimePoint now) const noexcept;
-    bool QueueDueRuns(Lock& lock) noexcept;
-    bool QueueRun(Lock& lock, Entries::value_type& due, TimePoint now) noexcept;
+    void StartLoop() KQ_REQUIRES(mutex_);
+    void Reschedule(TimePoint now) noexcept KQ_REQUIRES(mutex_);
+
+    void RunLoop(Loop& loop) noexcept KQ_EXCLUDES(mutex_);
+    void WaitUntilDue(Nanoseconds least) noexcept KQ_REQUIRES(mutex_);
+    Nanoseconds TimeToWait(TimePoint now) const noexcept KQ_REQUIRES(mutex_);
+    bool QueueDueRuns() noexcept KQ_REQUIRES(mutex_);
+    bool QueueRun(Entries::value_type& due, TimePoint now) noexcept KQ_REQUIRES(mutex_);
 
     thread::Clock& clock_;
 
-    thread::mutex mutex_; // guards everything below
+    thread::mutex mutex_;
     thread::condition_variable wakeUp_;
     thread::condition_variable loopSettled_; // or could not be started
-    std::uint32_t changes_ = 0;              // grows whenever the loop has to look again
-    Entries entries_;
-    std::shared_ptr<Loop> loop_; // null when there is none
-    CJobTicket lastLoop_;
+    bool isLoopAsleep_ KQ_GUARDED_BY(mutex_) = false;
+    // When it has to look again, while it sleeps.
+    TimePoint wakeTime_ KQ_GUARDED_BY(mutex_){};
+    // Not later than that, unless somebody has woken it.
+    TimePoint sleepsUntil_ KQ_GUARDED_BY(mutex_){};
+    Entries entries_ KQ_GUARDED_BY(mutex_);
+    boost::intrusive::multiset<Entry> byLead_ KQ_GUARDED_BY(mutex_); // the same ones
+    std::shared_ptr<Loop> loop_ KQ_GUARDED_BY(mutex_);               // null when there is none
+    CJobTicket lastLoop_ KQ_GUARDED_BY(mutex_);
 };
 
 } // namespace kq::concurrency

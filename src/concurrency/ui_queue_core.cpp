@@ -1,10 +1,11 @@
 #include "concurrency/ui_queue_core.h"
 
+#include <kq/thread/scoped_locks.h>
+
 #include "concurrency/finish_cascade.h"
 #include "concurrency/run_job.h"
 #include "thread/platform.h"
 
-#include <mutex>
 #include <utility>
 
 namespace kq::concurrency {
@@ -28,7 +29,7 @@ CJobTicket UIQueueCore::Queue(std::shared_ptr<CQueueJobAdapter> job, bool allowI
     }
     FinishCascade cascade;
     {
-        const std::lock_guard guard(mutex_);
+        const thread::lock_guard guard(mutex_);
         if (isClosed_) {
             cascade.Drop(std::move(job));
         } else {
@@ -60,7 +61,7 @@ void UIQueueCore::RequestWake() noexcept {
 bool UIQueueCore::Remove(CQueueJobAdapter& job) {
     FinishCascade cascade;
     {
-        const std::lock_guard guard(mutex_);
+        const thread::lock_guard guard(mutex_);
         if (job.place != Place::Incoming)
             return false;
         incoming_.Unlink(job);
@@ -75,35 +76,35 @@ bool UIQueueCore::Remove(CQueueJobAdapter& job) {
 void UIQueueCore::OnTicketFinished(const std::shared_ptr<Gate>& gate, TicketClause& clause,
                                    FinishCascade& cascade) noexcept {
     std::shared_ptr<Gate> opened;
-    const std::lock_guard guard(mutex_);
+    const thread::lock_guard guard(mutex_);
     if (jobs_.OnTicketFinished(gate, clause, opened, cascade) == PendingJobs::Outcome::IsReady)
         RequestWake();
 }
 
 void UIQueueCore::OnWake() noexcept {
     const auto keepAlive = weak_from_this().lock();
-    Lock lock(mutex_);
+    const thread::lock_guard guard(mutex_);
     // Before anything is taken over: what is queued from now on posts a message of its own.
     isWakePosted_ = false;
-    ProcessQueue(lock);
+    ProcessQueue();
 }
 
 void UIQueueCore::OnRetryTimer() noexcept { RunWhatMayStart(); }
 
 void UIQueueCore::RunWhatMayStart() noexcept {
     const auto keepAlive = weak_from_this().lock();
-    Lock lock(mutex_);
-    ProcessQueue(lock);
+    const thread::lock_guard guard(mutex_);
+    ProcessQueue();
 }
 
 // A job may run a message loop, and come here again, or close the queue. So every job is taken out
 // before it runs, and nothing of the list is remembered across it.
-void UIQueueCore::ProcessQueue(Lock& lock) noexcept {
-    TakeOver(lock);
+void UIQueueCore::ProcessQueue() noexcept {
+    TakeOver();
     for (;;) {
         FinishCascade dropped;
         std::shared_ptr<CQueueJobAdapter> next =
-            jobs_.HasPolled() ? jobs_.Poll(lock, dropped) : jobs_.TakeFirstReady();
+            jobs_.HasPolled() ? jobs_.Poll(mutex_, dropped) : jobs_.TakeFirstReady();
         if (next == nullptr && dropped.IsEmpty())
             break;
         // A condition may close the queue, and so may what a dropped job captured, which may also
@@ -115,11 +116,10 @@ void UIQueueCore::ProcessQueue(Lock& lock) noexcept {
         // Should the job run a message loop of its own, the others go on in that.
         if (next != nullptr && (jobs_.HasReady() || jobs_.HasPolled()))
             EnsureReturn();
-        lock.unlock();
+        const thread::unlock_guard released(mutex_);
         dropped.Run();
         if (next != nullptr)
             Run(std::move(next));
-        lock.lock();
     }
     if (isClosed_)
         return;
@@ -145,7 +145,7 @@ void UIQueueCore::EnsureReturn() noexcept {
 
 // The lock is released after each job, to let go of what its terms held. Those that come meanwhile
 // have a message of their own.
-void UIQueueCore::TakeOver(Lock& lock) noexcept {
+void UIQueueCore::TakeOver() noexcept {
     for (std::size_t count = incomingCount_; count != 0 && !incoming_.IsEmpty(); --count) {
         FinishCascade cascade;
         std::shared_ptr<Gate> opened;
@@ -153,17 +153,16 @@ void UIQueueCore::TakeOver(Lock& lock) noexcept {
         incoming_.Unlink(job);
         --incomingCount_;
         jobs_.Enter(std::move(job.self), *this, opened, cascade);
-        lock.unlock();
+        const thread::unlock_guard released(mutex_);
         opened.reset();
         cascade.Run();
-        lock.lock();
     }
 }
 
 void UIQueueCore::Close() noexcept {
     FinishCascade cascade;
     {
-        const std::lock_guard guard(mutex_);
+        const thread::lock_guard guard(mutex_);
         isClosed_ = true;
         while (CQueueJobAdapter* const job = incoming_.First()) {
             incoming_.Unlink(*job);

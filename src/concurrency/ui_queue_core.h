@@ -44,28 +44,27 @@ public:
                           FinishCascade& cascade) noexcept override;
 
 private:
-    using Lock = PendingJobs::Lock;
-
     void OnWake() noexcept override;
     void OnRetryTimer() noexcept override;
 
     bool MayRunInline(CQueueJobAdapter& job) const;
-    void RequestWake() noexcept;
-    void TakeOver(Lock& lock) noexcept;
-    void ProcessQueue(Lock& lock) noexcept;
+    void RequestWake() noexcept KQ_REQUIRES(mutex_);
+    void TakeOver() noexcept KQ_REQUIRES(mutex_);
+    void ProcessQueue() noexcept KQ_REQUIRES(mutex_);
     static void Run(std::shared_ptr<CQueueJobAdapter> next) noexcept;
     /// Has the timer call `ProcessQueue` again, unless a wake message is on its way to do so.
-    void EnsureReturn() noexcept;
+    void EnsureReturn() noexcept KQ_REQUIRES(mutex_);
 
     const std::uint32_t uiThread_;
 
-    thread::mutex mutex_; // guards everything below
-    JobList incoming_;
-    std::size_t incomingCount_ = 0;
-    PendingJobs jobs_;
-    bool isWakePosted_ = false; // and not yet handled
-    bool isClosed_ = false;
-    std::optional<UIWindow> window_; // changed only on the UI thread, at the end outside the lock
+    thread::mutex mutex_;
+    JobList incoming_ KQ_GUARDED_BY(mutex_);
+    std::size_t incomingCount_ KQ_GUARDED_BY(mutex_) = 0;
+    PendingJobs jobs_ KQ_GUARDED_BY(mutex_);
+    bool isWakePosted_ KQ_GUARDED_BY(mutex_) = false; // and not yet handled
+    bool isClosed_ KQ_GUARDED_BY(mutex_) = false;
+    // Changed only on the UI thread, at the end outside the lock, when nobody posts any more.
+    std::optional<UIWindow> window_;
 };
 
 } // namespace kq::concurrency

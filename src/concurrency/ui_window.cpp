@@ -1,9 +1,10 @@
 #include "concurrency/ui_window.h"
 
+#include <kq/thread/scoped_locks.h>
+
 #include "thread/mutex.h"
 
 #include <cstddef>
-#include <mutex>
 
 namespace kq::concurrency {
 
@@ -30,10 +31,10 @@ LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARA
 }
 
 thread::mutex classMutex;
-std::size_t classUsers = 0; // guarded by it
+std::size_t classUsers KQ_GUARDED_BY(classMutex) = 0;
 
 void AcquireClass() noexcept {
-    const std::lock_guard guard(classMutex);
+    const thread::lock_guard guard(classMutex);
     if (classUsers++ != 0)
         return;
     WNDCLASSW description{};
@@ -45,7 +46,7 @@ void AcquireClass() noexcept {
 }
 
 void ReleaseClass() noexcept {
-    const std::lock_guard guard(classMutex);
+    const thread::lock_guard guard(classMutex);
     if (--classUsers == 0)
         UnregisterClassW(className, ClassOwner());
 }

@@ -1,45 +1,17 @@
 #include <kq/converter/hex.h>
 
-#include <cstdint>
-#include <cstring>
+#include "converter/hex_loops.h"
+#include "converter/hex_vectors.h"
 
-// Digits are computed, not looked up: without a table and without a branch, compilers turn both
-// loops into vector code. Wide characters are moved by memcpy, because older callers pass buffers
-// at odd addresses.
-
-namespace {
-
-using Character = std::uint16_t;
-static_assert(sizeof(wchar_t) == sizeof(Character));
-
-constexpr Character DigitOf(unsigned nibble) noexcept {
-    return static_cast<Character>('0' + nibble + (nibble > 9 ? 'a' - '9' - 1 : 0));
-}
-
-constexpr Character ValueOf(Character digit) noexcept {
-    const auto number = static_cast<Character>(digit - '0');
-    // Setting this bit maps upper case to lower case, and nothing else into a..f.
-    const auto letter = static_cast<Character>((digit | 0x20) - 'a');
-    return static_cast<Character>((number < 10 ? number : 0) + (letter < 6 ? letter + 10 : 0));
-}
-
-Character Load(const unsigned char* from) noexcept {
-    Character character = 0;
-    std::memcpy(&character, from, sizeof(character));
-    return character;
-}
-
-} // namespace
+using namespace kq::converter;
 
 wchar_t* Mem2Hex(wchar_t* out, void const* data, unsigned long long length) noexcept {
     auto* const target = reinterpret_cast<unsigned char*>(out);
     const auto* const source = static_cast<const unsigned char*>(data);
-    for (unsigned long long i = 0; i != length; ++i) {
-        const unsigned byte = source[i];
-        const std::uint32_t pair =
-            DigitOf(byte >> 4) | static_cast<std::uint32_t>(DigitOf(byte & 15)) << 16;
-        std::memcpy(target + i * sizeof(pair), &pair, sizeof(pair));
-    }
+    if (length >= hexVectorSize && HasHexVectors())
+        EncodeHexByVectors(target, source, length);
+    else
+        EncodeHexByLoop(target, source, length);
     return out + 2 * length;
 }
 
@@ -47,10 +19,9 @@ void* Hex2Mem(void* out, wchar_t const* text, unsigned long long count) noexcept
     auto* const target = static_cast<unsigned char*>(out);
     const auto* const source = reinterpret_cast<const unsigned char*>(text);
     const unsigned long long length = count / 2;
-    for (unsigned long long i = 0; i != length; ++i) {
-        const unsigned char* const pair = source + 2 * sizeof(Character) * i;
-        target[i] = static_cast<unsigned char>(ValueOf(Load(pair)) << 4 |
-                                               ValueOf(Load(pair + sizeof(Character))));
-    }
+    if (length >= hexVectorSize && HasHexVectors())
+        DecodeHexByVectors(target, source, length);
+    else
+        DecodeHexByLoop(target, source, length);
     return target + length;
 }

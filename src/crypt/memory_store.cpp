@@ -1,9 +1,9 @@
 #include <kq/crypt/credential_store.h>
+#include <kq/thread/scoped_locks.h>
 
 #include "thread/left_at_process_end.h"
 #include "thread/mutex.h"
 
-#include <mutex>
 #include <unordered_map>
 #include <utility>
 
@@ -11,7 +11,7 @@ namespace kq::crypt {
 
 struct MemoryStore {
     mutable thread::mutex mutex;
-    std::unordered_map<std::wstring, Credential> credentials;
+    std::unordered_map<std::wstring, Credential> credentials KQ_GUARDED_BY(mutex);
 };
 
 template <>
@@ -20,7 +20,7 @@ public:
     expected<void, std::exception_ptr> Save(std::wstring key,
                                             Credential credential) noexcept override {
         try {
-            const std::lock_guard guard(store_->mutex);
+            const thread::lock_guard guard(store_->mutex);
             store_->credentials.try_emplace(std::move(key), std::move(credential));
             return {};
         } catch (...) {
@@ -29,7 +29,7 @@ public:
     }
 
     std::optional<Credential> Load(const std::wstring& key) const override {
-        const std::lock_guard guard(store_->mutex);
+        const thread::lock_guard guard(store_->mutex);
         const auto found = store_->credentials.find(key);
         if (found == store_->credentials.end())
             return std::nullopt;
@@ -39,7 +39,7 @@ public:
     bool Remove(const std::wstring& key) override {
         // Destroyed when the lock is free again.
         decltype(MemoryStore::credentials)::node_type removed;
-        const std::lock_guard guard(store_->mutex);
+        const thread::lock_guard guard(store_->mutex);
         removed = store_->credentials.extract(key);
         return true;
     }

@@ -22,17 +22,18 @@ struct OpenSymbols {
 };
 
 thread::mutex symbolLock;
-// Guarded by the symbol lock. A plain pointer, because nothing may be destroyed at process exit.
-OpenSymbols* openSymbols = nullptr;
-std::size_t users = 0;
+// A plain pointer, because nothing may be destroyed at process exit.
+OpenSymbols* openSymbols KQ_GUARDED_BY(symbolLock) = nullptr;
+std::size_t users KQ_GUARDED_BY(symbolLock) = 0;
 
-void Close() noexcept { delete std::exchange(openSymbols, nullptr); }
+void Close() noexcept KQ_REQUIRES(symbolLock) { delete std::exchange(openSymbols, nullptr); }
 
 } // namespace
 
 void AcquireSymbols() noexcept {
     const thread::SurvivingLock lock(symbolLock);
-    ++users;
+    if (lock.IsHeld())
+        ++users;
 }
 
 void ReleaseSymbols() noexcept {
@@ -47,13 +48,14 @@ void AbandonSymbols() noexcept {
         Close();
 }
 
-LockedSymbols::LockedSymbols(void* process, RefreshFunction refresh) : lock_(symbolLock) {
+// Unchecked because the check does not follow a lock that is a member.
+LockedSymbols::LockedSymbols(void* process, RefreshFunction refresh) KQ_UNCHECKED_LOCKING
+    : lock_(symbolLock) {
     if (!lock_.IsHeld())
         throw std::runtime_error("Failed to initialize symbol handler!");
     if (openSymbols == nullptr)
         openSymbols = new OpenSymbols(process, refresh);
+    state_ = &openSymbols->state;
 }
-
-SymbolState* LockedSymbols::operator->() const noexcept { return &openSymbols->state; }
 
 } // namespace kq::debug

@@ -27,10 +27,11 @@ public:
     /// Opens the symbol state of `process`, with its function `refresh`, when it is not open.
     /// Throws `std::runtime_error("Failed to initialize symbol handler!")`.
     LockedSymbols(void* process, RefreshFunction refresh);
-    SymbolState* operator->() const noexcept;
+    SymbolState* operator->() const noexcept { return state_; }
 
 private:
     thread::SurvivingLock lock_;
+    SymbolState* state_ = nullptr;
 };
 
 } // namespace kq::debug

@@ -59,12 +59,14 @@ private:
     template <class Collect>
     ReferenceTable::Stacks Collected(Collect collect) const {
         const thread::SurvivingLock lock(mutex_);
-        return lock.IsHeld() ? collect(references_) : ReferenceTable::Stacks();
+        if (lock.IsHeld())
+            return collect(references_);
+        return ReferenceTable::Stacks();
     }
 
     mutable thread::mutex outputMutex_;
     mutable thread::mutex mutex_;
-    ReferenceTable references_;
+    ReferenceTable references_ KQ_GUARDED_BY(mutex_);
 };
 
 namespace {

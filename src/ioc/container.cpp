@@ -1,10 +1,10 @@
 #include <kq/ioc/container.h>
+#include <kq/thread/scoped_locks.h>
 #include <kq/thread/spin_mutex.h>
 
 #include "thread/left_at_process_end.h"
 #include "thread/platform.h"
 
-#include <mutex>
 #include <unordered_map>
 #include <utility>
 
@@ -34,56 +34,56 @@ public:
     std::unique_ptr<IContainer> Clone() const override;
 
     void AppendFixed(std::any const& value, std::string const& key) override {
-        Append(tables_->fixedLists, value, key);
+        Append(&Tables::fixedLists, value, key);
     }
 
     void SetEntry(std::any value, std::string const& key) override {
         // The value from before goes with the parameter, after the lock.
-        const std::lock_guard guard(lock_);
+        const thread::lock_guard guard(lock_);
         tables_->entries[key].swap(value);
     }
 
     std::vector<std::any> GetFixed(std::string const& key) const override {
-        return Get(tables_->fixedLists, key);
+        return Get(&Tables::fixedLists, key);
     }
 
-    std::any GetEntry(std::string const& key) const override { return Get(tables_->entries, key); }
+    std::any GetEntry(std::string const& key) const override { return Get(&Tables::entries, key); }
 
-    bool RemoveEntry(std::string const& key) override { return Remove(tables_->entries, key); }
+    bool RemoveEntry(std::string const& key) override { return Remove(&Tables::entries, key); }
 
     void AppendRemovable(std::any const& value, std::string const& key) override {
-        Append(tables_->removableLists, value, key);
+        Append(&Tables::removableLists, value, key);
     }
 
     std::vector<std::any> GetRemovable(std::string const& key) const override {
-        return Get(tables_->removableLists, key);
+        return Get(&Tables::removableLists, key);
     }
 
     bool RemoveRemovable(std::string const& key) override {
-        return Remove(tables_->removableLists, key);
+        return Remove(&Tables::removableLists, key);
     }
 
     void AppendLocal(std::any const& value, std::string const& key) override {
-        Append(tables_->localLists, value, key);
+        Append(&Tables::localLists, value, key);
     }
 
     std::vector<std::any> GetLocal(std::string const& key) const override {
-        return Get(tables_->localLists, key);
+        return Get(&Tables::localLists, key);
     }
 
     void ReportIncident(ContainerIncident const& incident) override { incidents_.Emit(incident); }
 
 private:
     // What these leave behind is destroyed after the lock, and what they throw changes nothing.
-    void Append(Lists& lists, std::any const& value, std::string const& key);
+    void Append(Lists Tables::*lists, std::any const& value, std::string const& key);
     template <class Table>
-    bool Remove(Table& table, std::string const& key);
+    bool Remove(Table Tables::*table, std::string const& key);
     template <class Table>
-    typename Table::mapped_type Get(Table const& table, std::string const& key) const;
+    typename Table::mapped_type Get(Table Tables::*table, std::string const& key) const;
 
-    thread::LeftAtProcessEnd<Tables> tables_;
+    mutable thread::spin_mutex lock_;
+    thread::LeftAtProcessEnd<Tables> tables_ KQ_GUARDED_BY(lock_);
     signal::CSignaler<ContainerIncident> incidents_;
-    mutable thread::spin_mutex lock_; // guards the tables
 };
 
 CContainer::~CContainer() {
@@ -94,7 +94,7 @@ CContainer::~CContainer() {
     Entries entries;
     Lists fixedLists;
     {
-        const std::lock_guard guard(lock_);
+        const thread::lock_guard guard(lock_);
         entries.swap(tables_->entries);
         fixedLists.swap(tables_->fixedLists);
     }
@@ -104,17 +104,18 @@ CContainer::~CContainer() {
 
 std::unique_ptr<IContainer> CContainer::Clone() const {
     auto clone = std::make_unique<CContainer>();
-    const std::lock_guard guard(lock_);
+    const thread::lock_guard guard(lock_);
+    const thread::lock_guard cloneGuard(clone->lock_);
     clone->tables_->entries = tables_->entries;
     clone->tables_->removableLists = tables_->removableLists;
     clone->tables_->fixedLists = tables_->fixedLists;
     return clone;
 }
 
-void CContainer::Append(Lists& lists, std::any const& value, std::string const& key) {
+void CContainer::Append(Lists Tables::*lists, std::any const& value, std::string const& key) {
     std::vector<std::any> added(1, value);
-    const std::lock_guard guard(lock_);
-    std::vector<std::any>& list = lists[key];
+    const thread::lock_guard guard(lock_);
+    std::vector<std::any>& list = ((*tables_).*lists)[key];
     if (list.empty())
         list.swap(added);
     else
@@ -122,18 +123,19 @@ void CContainer::Append(Lists& lists, std::any const& value, std::string const& 
 }
 
 template <class Table>
-bool CContainer::Remove(Table& table, std::string const& key) {
+bool CContainer::Remove(Table Tables::*table, std::string const& key) {
     typename Table::node_type removed;
-    const std::lock_guard guard(lock_);
-    removed = table.extract(key);
+    const thread::lock_guard guard(lock_);
+    removed = ((*tables_).*table).extract(key);
     return !removed.empty();
 }
 
 template <class Table>
-typename Table::mapped_type CContainer::Get(Table const& table, std::string const& key) const {
-    const std::lock_guard guard(lock_);
-    const auto found = table.find(key);
-    if (found == table.end())
+typename Table::mapped_type CContainer::Get(Table Tables::*table, std::string const& key) const {
+    const thread::lock_guard guard(lock_);
+    const Table& values = (*tables_).*table;
+    const auto found = values.find(key);
+    if (found == values.end())
         return {};
     return found->second;
 }

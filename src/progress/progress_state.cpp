@@ -1,5 +1,7 @@
 #include "progress/progress_state.h"
 
+#include <kq/thread/scoped_locks.h>
+
 #include "progress/both.h"
 #include "progress/scope.h"
 
@@ -32,131 +34,149 @@ ProgressStateImpl::ProgressStateImpl(thread::Clock& clock, std::wstring const& n
       userText_(std::move(userText)),
       state_{EProgressStatus::Active, 0.0, 0.0, name, {}, {}, {}, {}, {}, {}},
       startTime_(clock.Now()),
-      cancelable_(cancelable),
-      suspendable_(suspendable),
-      userValue_(userValue),
+      settings_{cancelable, suspendable, userValue},
       states_(state_) {}
 
 ProgressState ProgressStateImpl::Get() const {
-    const Lock lock(mutex_);
+    const thread::lock_guard guard(mutex_);
     return state_;
 }
 
 unsigned int ProgressStateImpl::UserValue() const {
-    const Lock lock(mutex_);
-    return userValue_;
+    const thread::lock_guard guard(mutex_);
+    return settings_.userValue;
 }
 
 std::optional<std::wstring> ProgressStateImpl::UserText() const { return userText_; }
 
 bool ProgressStateImpl::CanCancel() const {
-    const Lock lock(mutex_);
+    const thread::lock_guard guard(mutex_);
     return CanCancelNow();
 }
 
 bool ProgressStateImpl::CanSuspend() const {
-    const Lock lock(mutex_);
+    const thread::lock_guard guard(mutex_);
     return CanSuspendNow();
 }
 
 bool ProgressStateImpl::IsCancelling() const {
-    const Lock lock(mutex_);
+    const thread::lock_guard guard(mutex_);
     return status_ == EProgressStatus::Cancelling;
 }
 
 void ProgressStateImpl::Add(double delta) {
-    Lock lock(mutex_);
-    const double before = std::exchange(state_.progress, std::min(state_.progress + delta, 1.0));
-    if (granularity_ != 0.0 &&
-        std::floor(state_.progress / granularity_) <= std::floor(before / granularity_))
-        return;
-    Publish(std::move(lock), Elapsed::Refresh);
+    Publication publication;
+    {
+        const thread::lock_guard guard(mutex_);
+        const double before =
+            std::exchange(state_.progress, std::min(state_.progress + delta, 1.0));
+        if (granularity_ != 0.0 &&
+            std::floor(state_.progress / granularity_) <= std::floor(before / granularity_))
+            return;
+        Publish(publication, Elapsed::Refresh);
+    }
+    Tell(publication);
 }
 
 void ProgressStateImpl::Finish() {
-    Lock lock(mutex_);
-    if (IsOver(status_))
-        return;
-    state_.progress = 1.0;
-    if (state_.measure)
-        state_.measure = 0.0;
-    status_ = status_ == EProgressStatus::Cancelling ? EProgressStatus::Cancelled
-                                                     : EProgressStatus::Finished;
     const auto self = shared_from_this();
-    Both([&] { Publish(std::move(lock), Elapsed::Refresh); }, [&] { states_.Complete(); });
+    Publication publication;
+    {
+        const thread::lock_guard guard(mutex_);
+        if (IsOver(status_))
+            return;
+        state_.progress = 1.0;
+        if (state_.measure)
+            state_.measure = 0.0;
+        status_ = status_ == EProgressStatus::Cancelling ? EProgressStatus::Cancelled
+                                                         : EProgressStatus::Finished;
+        Publish(publication, Elapsed::Refresh);
+    }
+    Both([&] { Tell(publication); }, [&] { states_.Complete(); });
 }
 
 void ProgressStateImpl::Fail(std::exception_ptr failure) {
-    Lock lock(mutex_);
-    status_ = EProgressStatus::Failed;
     const auto self = shared_from_this();
-    Both([&] { Publish(std::move(lock), Elapsed::Refresh); },
-         [&] { states_.Fail(std::move(failure)); });
+    Publication publication;
+    {
+        const thread::lock_guard guard(mutex_);
+        status_ = EProgressStatus::Failed;
+        Publish(publication, Elapsed::Refresh);
+    }
+    Both([&] { Tell(publication); }, [&] { states_.Fail(std::move(failure)); });
 }
 
 void ProgressStateImpl::Cancel() {
-    Lock lock(mutex_);
-    if (!CanCancelNow())
-        return;
-    status_ = EProgressStatus::Cancelling;
     const auto self = shared_from_this();
-    Both([&] { Publish(std::move(lock), Elapsed::Keep); },
-         [&] { requests_.Emit(ERequest::Cancel); });
+    Publication publication;
+    {
+        const thread::lock_guard guard(mutex_);
+        if (!CanCancelNow())
+            return;
+        status_ = EProgressStatus::Cancelling;
+        Publish(publication, Elapsed::Keep);
+    }
+    Both([&] { Tell(publication); }, [&] { requests_.Emit(ERequest::Cancel); });
 }
 
 void ProgressStateImpl::Suspend() {
-    Lock lock(mutex_);
-    if (!CanSuspendNow())
-        return;
-    status_ = EProgressStatus::Suspended;
-    if (std::exchange(clockRunning_, false))
-        frozenElapsed_ = clock_.Now() - startTime_;
     const auto self = shared_from_this();
-    Both([&] { Publish(std::move(lock), Elapsed::Keep); },
-         [&] { requests_.Emit(ERequest::Suspend); });
+    Publication publication;
+    {
+        const thread::lock_guard guard(mutex_);
+        if (!CanSuspendNow())
+            return;
+        status_ = EProgressStatus::Suspended;
+        if (std::exchange(clockRunning_, false))
+            frozenElapsed_ = clock_.Now() - startTime_;
+        Publish(publication, Elapsed::Keep);
+    }
+    Both([&] { Tell(publication); }, [&] { requests_.Emit(ERequest::Suspend); });
 }
 
 void ProgressStateImpl::Resume() {
-    Lock lock(mutex_);
-    if (status_ != EProgressStatus::Suspended)
-        return;
-    status_ = EProgressStatus::Active;
-    if (!std::exchange(clockRunning_, true))
-        startTime_ = clock_.Now() -
-                     std::chrono::duration_cast<thread::Clock::TimePoint::duration>(frozenElapsed_);
     const auto self = shared_from_this();
-    lock.unlock();
+    {
+        const thread::lock_guard guard(mutex_);
+        if (status_ != EProgressStatus::Suspended)
+            return;
+        status_ = EProgressStatus::Active;
+        if (!std::exchange(clockRunning_, true))
+            startTime_ =
+                clock_.Now() -
+                std::chrono::duration_cast<thread::Clock::TimePoint::duration>(frozenElapsed_);
+    }
     // The other way round than suspending: the work is told before anybody sees that it goes on.
-    Both([&] { requests_.Emit(ERequest::Resume); }, [&] { Publish(Lock(mutex_), Elapsed::Keep); });
+    Both([&] { requests_.Emit(ERequest::Resume); }, [&] { PublishAndTell(Elapsed::Keep); });
 }
 
 void ProgressStateImpl::SetName(std::wstring const& name) {
-    Change(state_.name, name, Elapsed::Keep);
+    Change(&ProgressStateImpl::state_, &ProgressState::name, name, Elapsed::Keep);
 }
 
 void ProgressStateImpl::SetText(std::wstring const& text) {
-    Change(state_.text, text, Elapsed::Refresh);
+    Change(&ProgressStateImpl::state_, &ProgressState::text, text, Elapsed::Refresh);
 }
 
 void ProgressStateImpl::SetNote(std::optional<std::wstring> ProgressState::*note,
                                 std::optional<std::wstring> const& value) {
-    Change(state_.*note, value, Elapsed::Refresh);
-}
-
-void ProgressStateImpl::SetCancelable(bool cancelable) {
-    Change(cancelable_, cancelable, Elapsed::Keep);
-}
-
-void ProgressStateImpl::SetSuspendable(bool suspendable) {
-    Change(suspendable_, suspendable, Elapsed::Keep);
-}
-
-void ProgressStateImpl::SetUserValue(unsigned int value) {
-    Change(userValue_, value, Elapsed::Keep);
+    Change(&ProgressStateImpl::state_, note, value, Elapsed::Refresh);
 }
 
 void ProgressStateImpl::SetMeasure(std::optional<double> measure) {
-    Change(state_.measure, measure, Elapsed::Keep);
+    Change(&ProgressStateImpl::state_, &ProgressState::measure, measure, Elapsed::Keep);
+}
+
+void ProgressStateImpl::SetCancelable(bool cancelable) {
+    Change(&ProgressStateImpl::settings_, &Settings::cancelable, cancelable, Elapsed::Keep);
+}
+
+void ProgressStateImpl::SetSuspendable(bool suspendable) {
+    Change(&ProgressStateImpl::settings_, &Settings::suspendable, suspendable, Elapsed::Keep);
+}
+
+void ProgressStateImpl::SetUserValue(unsigned int value) {
+    Change(&ProgressStateImpl::settings_, &Settings::userValue, value, Elapsed::Keep);
 }
 
 std::shared_ptr<void> ProgressStateImpl::Indeterminate() {
@@ -178,7 +198,7 @@ signal::Connection ProgressStateImpl::ConnectRequests(std::function<void(EReques
 }
 
 std::optional<double> ProgressStateImpl::CatchUp(double& lastSeen) const {
-    const Lock lock(mutex_);
+    const thread::lock_guard guard(mutex_);
     const double before = std::exchange(lastSeen, publishedProgress_);
     if (publishedProgress_ == before)
         return {};
@@ -186,49 +206,80 @@ std::optional<double> ProgressStateImpl::CatchUp(double& lastSeen) const {
 }
 
 bool ProgressStateImpl::CanCancelNow() const noexcept {
-    return cancelable_ &&
+    return settings_.cancelable &&
            (status_ == EProgressStatus::Active || status_ == EProgressStatus::Suspended);
 }
 
 bool ProgressStateImpl::CanSuspendNow() const noexcept {
-    return suspendable_ && status_ == EProgressStatus::Active;
+    return settings_.suspendable && status_ == EProgressStatus::Active;
 }
 
-void ProgressStateImpl::Publish(Lock lock, Elapsed elapsed) {
+void ProgressStateImpl::Publish(Publication& publication, Elapsed elapsed) noexcept {
     state_.status = status_ == EProgressStatus::Active && indeterminateDepth_ > 0
                         ? EProgressStatus::Indeterminate
                         : status_;
     if (elapsed == Elapsed::Refresh)
         state_.elapsed = Seconds(clockRunning_ ? clock_.Now() - startTime_ : frozenElapsed_);
     publishedProgress_ = state_.progress;
-    const auto audience = states_.Store(state_);
-    if (!audience)
-        return;
-    const ProgressState published = state_;
-    const auto self = shared_from_this();
-    lock.unlock();
-    states_.Deliver(published, audience);
+    try {
+        if (const auto audience = states_.Store(state_))
+            publication.news.emplace(Publication::News{state_, audience});
+    } catch (...) {
+        publication.failure = std::current_exception();
+    }
 }
 
-template <class Value>
-void ProgressStateImpl::Change(Value& field, Value const& value, Elapsed elapsed) {
-    Lock lock(mutex_);
-    if (field == value)
+void ProgressStateImpl::Tell(const Publication& publication) {
+    if (publication.failure)
+        std::rethrow_exception(publication.failure);
+    if (!publication.news)
         return;
-    field = value;
-    Publish(std::move(lock), elapsed);
+    const auto self = shared_from_this();
+    states_.Deliver(publication.news->state, publication.news->audience);
+}
+
+void ProgressStateImpl::PublishAndTell(Elapsed elapsed) {
+    Publication publication;
+    {
+        const thread::lock_guard guard(mutex_);
+        Publish(publication, elapsed);
+    }
+    Tell(publication);
+}
+
+template <class Part, class Value>
+void ProgressStateImpl::Change(Part ProgressStateImpl::*part, Value Part::*field,
+                               Value const& value, Elapsed elapsed) {
+    Publication publication;
+    {
+        const thread::lock_guard guard(mutex_);
+        Value& changed = this->*part.*field;
+        if (changed == value)
+            return;
+        changed = value;
+        Publish(publication, elapsed);
+    }
+    Tell(publication);
 }
 
 void ProgressStateImpl::EnterIndeterminate() {
-    Lock lock(mutex_);
-    if (++indeterminateDepth_ == 1)
-        Publish(std::move(lock), Elapsed::Keep);
+    Publication publication;
+    {
+        const thread::lock_guard guard(mutex_);
+        if (++indeterminateDepth_ == 1)
+            Publish(publication, Elapsed::Keep);
+    }
+    Tell(publication);
 }
 
 void ProgressStateImpl::LeaveIndeterminate() {
-    Lock lock(mutex_);
-    if (--indeterminateDepth_ == 0)
-        Publish(std::move(lock), Elapsed::Keep);
+    Publication publication;
+    {
+        const thread::lock_guard guard(mutex_);
+        if (--indeterminateDepth_ == 0)
+            Publish(publication, Elapsed::Keep);
+    }
+    Tell(publication);
 }
 
 } // namespace kq::progress

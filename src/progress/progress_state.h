@@ -4,6 +4,7 @@
 #include <kq/progress/progress.h>
 #include <kq/signal/behavior_signaler.h>
 #include <kq/signal/signaler.h>
+#include <kq/thread/annotations.h>
 #include <kq/thread/spin_mutex.h>
 
 #include "thread/clock.h"
@@ -13,7 +14,6 @@
 #include <exception>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -67,17 +67,35 @@ public:
     std::optional<double> CatchUp(double& lastSeen) const;
 
 private:
-    using Lock = std::unique_lock<thread::spin_mutex>;
     enum class Elapsed : bool { Keep, Refresh };
 
-    bool CanCancelNow() const noexcept;
-    bool CanSuspendNow() const noexcept;
+    struct Settings {
+        bool cancelable;
+        bool suspendable;
+        unsigned int userValue;
+    };
+    /// A state that is published under the mutex, and told when that is free again.
+    struct Publication {
+        struct News {
+            ProgressState state;
+            signal::CBehaviorSignaler<ProgressState>::Audience audience;
+        };
+        std::optional<News> news;   ///< none when nobody listens
+        std::exception_ptr failure; ///< it could not be made
+    };
 
-    /// Publishes the state as it is, and releases `lock` before anybody is called.
-    void Publish(Lock lock, Elapsed elapsed);
-    /// Sets a guarded field and publishes, unless it is equal already.
-    template <class Value>
-    void Change(Value& field, Value const& value, Elapsed elapsed);
+    bool CanCancelNow() const noexcept KQ_REQUIRES(mutex_);
+    bool CanSuspendNow() const noexcept KQ_REQUIRES(mutex_);
+
+    /// Publishes the state as it is.
+    void Publish(Publication& publication, Elapsed elapsed) noexcept KQ_REQUIRES(mutex_);
+    /// Calls those who listen. Throws what they throw, and the failure.
+    void Tell(const Publication& publication) KQ_EXCLUDES(mutex_);
+    void PublishAndTell(Elapsed elapsed) KQ_EXCLUDES(mutex_);
+    /// Sets a field of a guarded part and publishes, unless it is equal already.
+    template <class Part, class Value>
+    void Change(Part ProgressStateImpl::*part, Value Part::*field, Value const& value,
+                Elapsed elapsed) KQ_EXCLUDES(mutex_);
     void EnterIndeterminate();
     void LeaveIndeterminate();
 
@@ -85,17 +103,17 @@ private:
     const double granularity_;
     const std::optional<std::wstring> userText_;
 
-    mutable thread::spin_mutex mutex_; // guards the following, up to the channels
-    ProgressState state_;              // its status and `elapsed` as last published
-    double publishedProgress_ = 0.0;
-    std::uint32_t indeterminateDepth_ = 0;
-    EProgressStatus status_ = EProgressStatus::Active; // never Indeterminate
-    bool clockRunning_ = true;
-    thread::Clock::TimePoint startTime_;
-    std::chrono::nanoseconds frozenElapsed_{0};
-    bool cancelable_;
-    bool suspendable_;
-    unsigned int userValue_;
+    mutable thread::spin_mutex mutex_;
+    // Its status and `elapsed` as last published.
+    ProgressState state_ KQ_GUARDED_BY(mutex_);
+    double publishedProgress_ KQ_GUARDED_BY(mutex_) = 0.0;
+    std::uint32_t indeterminateDepth_ KQ_GUARDED_BY(mutex_) = 0;
+    // Never Indeterminate.
+    EProgressStatus status_ KQ_GUARDED_BY(mutex_) = EProgressStatus::Active;
+    bool clockRunning_ KQ_GUARDED_BY(mutex_) = true;
+    thread::Clock::TimePoint startTime_ KQ_GUARDED_BY(mutex_);
+    std::chrono::nanoseconds frozenElapsed_ KQ_GUARDED_BY(mutex_){0};
+    Settings settings_ KQ_GUARDED_BY(mutex_);
 
     signal::CBehaviorSignaler<ProgressState> states_;
     signal::CSignaler<ERequest> requests_;

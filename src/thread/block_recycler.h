@@ -65,17 +65,17 @@ private:
     Batch TakeBatch();
     void GiveBatch(const Batch& batch) noexcept;
     bool TryToGiveBatch(const Batch& batch) noexcept;
-    void Add(const Batch& batch) noexcept;
+    void Add(const Batch& batch) noexcept KQ_REQUIRES(mutex_);
     Batch CutSlab();
     Batch TakeAllFree() noexcept;
 
     Shard shards_[shardCount];
     const std::size_t blockSize_;
 
-    mutex mutex_;              // guards the next two
-    Block* batches_ = nullptr; // full ones, linked through their first blocks
-    Slab* slabs_ = nullptr;    // all of them
-    mutex trimMutex_;          // held by the one who trims
+    mutex mutex_;
+    Block* batches_ KQ_GUARDED_BY(mutex_) = nullptr; // full ones, linked through their first blocks
+    Slab* slabs_ KQ_GUARDED_BY(mutex_) = nullptr;    // all of them
+    mutex trimMutex_;                                // held by the one who trims
 };
 
 } // namespace kq::thread

@@ -10,9 +10,9 @@ class PlatformClock final : public Clock {
 public:
     TimePoint Now() const noexcept override { return std::chrono::steady_clock::now(); }
 
-    void WaitUntil(condition_variable& variable, std::unique_lock<mutex>& lock,
-                   TimePoint deadline) noexcept override {
-        variable.wait_until(lock, Deadline(deadline));
+    void WaitUntil(condition_variable& variable, mutex& held, TimePoint deadline) noexcept override
+        KQ_REQUIRES(held) {
+        variable.wait_until(held, Deadline(deadline));
     }
 };
 

@@ -5,7 +5,6 @@
 #include "thread/mutex.h"
 
 #include <chrono>
-#include <mutex>
 
 namespace kq::thread {
 
@@ -17,10 +16,10 @@ public:
 
     virtual TimePoint Now() const noexcept = 0;
 
-    /// Waits on `variable` until it is notified or `deadline` is reached. May end early; the caller
-    /// looks at the clock again.
-    virtual void WaitUntil(condition_variable& variable, std::unique_lock<mutex>& lock,
-                           TimePoint deadline) noexcept = 0;
+    /// Waits, with the mutex released, on `variable` until it is notified or `deadline` is reached.
+    /// May end early; the caller looks at the clock again.
+    virtual void WaitUntil(condition_variable& variable, mutex& held, TimePoint deadline) noexcept
+        KQ_REQUIRES(held) = 0;
 
 protected:
     ~Clock() = default;

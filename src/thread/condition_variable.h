@@ -1,13 +1,14 @@
 // The condition variable for the library's own mutex.
 #pragma once
 
+#include <kq/thread/scoped_locks.h>
+
 #include "thread/deadline.h"
 #include "thread/mutex.h"
 #include "thread/platform.h"
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 
 namespace kq::thread {
 
@@ -22,11 +23,12 @@ public:
     condition_variable(const condition_variable&) = delete;
     condition_variable& operator=(const condition_variable&) = delete;
 
-    void wait(std::unique_lock<mutex>& lock) noexcept { WaitFor(lock, platform::infinite); }
+    /// The caller holds the mutex, and holds it again afterwards.
+    void wait(mutex& held) noexcept KQ_REQUIRES(held) { WaitFor(held, platform::infinite); }
 
     /// Waits until notified or until the deadline; the caller looks at the clock.
-    void wait_until(std::unique_lock<mutex>& lock, const Deadline& deadline) noexcept {
-        WaitFor(lock, deadline.RemainingMilliseconds());
+    void wait_until(mutex& held, const Deadline& deadline) noexcept KQ_REQUIRES(held) {
+        WaitFor(held, deadline.RemainingMilliseconds());
     }
 
     void notify_one() noexcept {
@@ -44,15 +46,16 @@ public:
     }
 
 private:
-    void WaitFor(std::unique_lock<mutex>& lock, std::uint32_t milliseconds) noexcept {
+    void WaitFor(mutex& held, std::uint32_t milliseconds) noexcept KQ_REQUIRES(held) {
         // Both words change before the mutex is released, so a notifier that came by the mutex
         // later sees this waiter, and one that came earlier has left its mark on what the waiter
         // has just looked at.
         waiters_.fetch_add(1, std::memory_order_relaxed);
         const std::uint32_t seen = sequence_.load(std::memory_order_relaxed);
-        lock.unlock();
-        platform::WaitOnWord(sequence_, seen, milliseconds);
-        lock.lock();
+        {
+            const unlock_guard released(held);
+            platform::WaitOnWord(sequence_, seen, milliseconds);
+        }
         waiters_.fetch_sub(1, std::memory_order_relaxed);
     }
 

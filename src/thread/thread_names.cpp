@@ -1,9 +1,9 @@
+#include <kq/thread/scoped_locks.h>
 #include <kq/thread/spin_mutex.h>
 #include <kq/thread/thread_names.h>
 
 #include "thread/platform.h"
 
-#include <mutex>
 #include <unordered_map>
 
 namespace kq::thread {
@@ -13,7 +13,7 @@ namespace kq::thread {
 class ThreadNameMapImpl {
 public:
     std::string Get(unsigned long threadId) {
-        const std::lock_guard guard(mutex_);
+        const lock_guard guard(mutex_);
         const auto found = names_.find(threadId);
         if (found != names_.end())
             return found->second;
@@ -21,13 +21,13 @@ public:
     }
 
     void Set(unsigned long threadId, std::string name) {
-        const std::lock_guard guard(mutex_);
+        const lock_guard guard(mutex_);
         names_[threadId].swap(name);
     }
 
     void Reset(unsigned long threadId) noexcept {
         Names::node_type forgotten;
-        const std::lock_guard guard(mutex_);
+        const lock_guard guard(mutex_);
         forgotten = names_.extract(threadId);
     }
 
@@ -35,7 +35,7 @@ private:
     using Names = std::unordered_map<unsigned long, std::string>;
 
     spin_mutex mutex_;
-    Names names_{8};
+    Names names_ KQ_GUARDED_BY(mutex_){8};
 };
 
 Singleton<ThreadNameMap, boost::shared_ptr> threadNameManager;

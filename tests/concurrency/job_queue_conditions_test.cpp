@@ -150,9 +150,14 @@ TEST_F(JobQueueConditions, AConditionMayUseTheQueueItIsAskedBy) {
 // The pass over the conditions goes on although what it stands on is taken away.
 TEST_F(JobQueueConditions, AConditionMayRemoveItsNeighboursAndItself) {
     for (int victims = 0; victims != 8; ++victims) {
-        Event begin;
+        Event isBlocked, begin;
         CJobQueue own(std::make_shared<CThreadPool>(1), 1);
-        const CJobTicket blocking = own.Queue([&] { begin.Wait(); });
+        const CJobTicket blocking = own.Queue([&] {
+            isBlocked.Set();
+            begin.Wait();
+        });
+        // No condition is asked before all tickets are there.
+        isBlocked.Wait();
         std::vector<CJobTicket> tickets(3);
         std::atomic<int> ran{0};
         for (std::size_t i = 0; i != 3; ++i)

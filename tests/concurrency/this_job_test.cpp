@@ -6,11 +6,15 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 using namespace kq::concurrency;
 using kq_test::Event;
@@ -52,44 +56,55 @@ TEST(ThisJob, IsTheTicketOfTheQueuedJobAndNotOfTheLoopThatRunsIt) {
 
 TEST(ThisJob, IsKnownWhileTheCallableIsDestroyed) {
     CThreadPool pool;
-    CJobTicket inside;
-    const CJobTicket outside =
-        pool.Start([token = kq_test::OnDestruction([&] { inside = thisJob(); })] {});
+    CJobTicket inside, outside;
+    // The pool copies the job: the token ends with that copy once the original is gone.
+    Event isOriginalGone;
+    {
+        const Job original([&, token = kq_test::OnDestruction([&] { inside = thisJob(); })] {
+            isOriginalGone.Wait();
+        });
+        outside = pool.Start(original);
+    }
+    isOriginalGone.Set();
     outside.Wait();
-    // The pool copied the job: the token may have ended with the original, on this thread.
-    SUCCEED();
+    EXPECT_TRUE(inside == outside);
 }
 
 TEST(ThisJob, ThrowsOnTheSameThreadAfterTheJob) {
-    // The one thread of the pool runs a function of ours after its last job: the end of its
-    // factory's Job.
-    std::string afterwards;
-    Event finished;
+    // Each thread of the pool runs a function of ours after its last job: the end of its factory's
+    // Job.
+    std::mutex mutex;
+    std::vector<std::string> afterwards;
     struct Thread final : CThread {
-        Thread(const Job& function, std::string& text, Event& end)
-            : thread_([function, &text, &end] {
+        Thread(const Job& function, std::function<void()> last)
+            : thread_([this, function, last = std::move(last)] {
                   function();
-                  text = TextOutside();
-                  end.Set();
-              }),
-              end_(end) {}
+                  last();
+                  end_.Set();
+              }) {}
         ~Thread() override { thread_.join(); }
         void Wait() const override { end_.Wait(); }
         bool IsFinished() const override { return end_.IsSet(); }
 
     private:
+        Event end_;
         std::thread thread_;
-        const Event& end_;
     };
     {
         CThreadPool pool(1, [&](const Job& function) -> std::unique_ptr<CThread> {
-            return std::make_unique<Thread>(function, afterwards, finished);
+            const auto last = [&] {
+                const std::lock_guard guard(mutex);
+                afterwards.push_back(TextOutside());
+            };
+            return std::make_unique<Thread>(function, last);
         });
         pool.Start([] {}).Wait();
         std::optional<std::string> error;
         pool.Start([] { throw 1; }).Wait(error);
     }
-    EXPECT_EQ(afterwards, outsideText);
+    ASSERT_FALSE(afterwards.empty());
+    for (const std::string& text : afterwards)
+        EXPECT_EQ(text, outsideText);
 }
 
 TEST(ThisJob, CanBeWaitedForByAJobThatItQueues) {

@@ -31,10 +31,9 @@ public:
     TimePoint Now() const noexcept override {
         return TimePoint(std::chrono::seconds(seconds_.load()));
     }
-    void WaitUntil(kq::thread::condition_variable& variable,
-                   std::unique_lock<kq::thread::mutex>& lock,
-                   TimePoint /*deadline*/) noexcept override {
-        variable.wait_until(lock, kq::thread::Deadline(1ms));
+    void WaitUntil(kq::thread::condition_variable& variable, kq::thread::mutex& held,
+                   TimePoint /*deadline*/) noexcept override KQ_REQUIRES(held) {
+        variable.wait_until(held, kq::thread::Deadline(1ms));
     }
     void Turn(std::chrono::seconds span) { seconds_ += span.count(); }
 

@@ -223,7 +223,7 @@ TEST_F(TimedLoops, ARegistrationDuringTheLateReturnOfAnotherDoesNotCountOnALoopT
     runs.WaitFor(1);
     ASSERT_TRUE(kq_test::Eventually([&] { return pool->SpareThreadCount() == 1; }));
     Event occupied, release;
-    pool->Start([&] {
+    const CJobTicket occupant = pool->Start([&] {
         occupied.Set();
         release.Wait("the loop that serves the third registration");
     });
@@ -247,6 +247,7 @@ TEST_F(TimedLoops, ARegistrationDuringTheLateReturnOfAnotherDoesNotCountOnALoopT
     thirdRuns.WaitFor(1);
     AwaitRuns();
     release.Set();
+    occupant.Wait();
     scheduler.reset();
     threadPool = loopPool;
 }

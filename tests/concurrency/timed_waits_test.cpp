@@ -122,6 +122,27 @@ TEST_F(TimedWaits, AnEntryThatGoesMakesTheLoopComputeItsWaitAnewToo) {
     EXPECT_EQ(Taken(), (Notes{"A160"}));
 }
 
+TEST_F(TimedWaits, OnlyAShorterWaitWakesTheLoop) {
+    Repeat(100ms, Noting("A"));
+    AwaitSleepUntil(100ms);
+    clock.Advance(50ms);
+    Once(1s, Noting("B")); // from now on A is waited for until 200 ms
+    EXPECT_TRUE(clock.IsAwaited(begin + 100ms));
+    Once(10ms, Noting("C"));
+    EXPECT_TRUE(kq_test::Eventually([&] { return clock.IsAwaited(begin + 60ms); }));
+    clock.Advance(10ms);
+    EXPECT_TRUE(kq_test::Eventually([&] { return clock.IsAwaited(begin + 220ms); }));
+    EXPECT_EQ(Taken(), (Notes{"C60"}));
+}
+
+TEST_F(TimedWaits, TheEndOfTheLastTimedJobWakesTheLoop) {
+    const TimedJobTicket ticket = Repeat(100ms, Noting("A"));
+    AwaitSleepUntil(100ms);
+    scheduler->Unregister(ticket);
+    AwaitNoLoop();
+    EXPECT_EQ(Taken(), Notes());
+}
+
 TEST_F(TimedWaits, TheShortestIntervalAndElapsedTimeDecide) {
     Repeat(100ms, Noting("A"));
     AwaitSleepUntil(100ms);

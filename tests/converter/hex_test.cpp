@@ -68,7 +68,7 @@ TEST(Mem2Hex, WritesEveryByteValue) {
 }
 
 TEST(Mem2Hex, WritesEveryLength) {
-    for (std::size_t length = 0; length != 200; ++length) {
+    for (std::size_t length = 0; length != 201; ++length) {
         const Bytes bytes = SomeBytes(length);
         EXPECT_EQ(HexOf(bytes), SlowHexOf(bytes)) << length;
     }
@@ -139,8 +139,30 @@ TEST(Hex2Mem, GivesEveryCharacterItsValueInBothPlaces) {
     EXPECT_TRUE(BytesOf(text) == expected);
 }
 
+// Next to the digits, and what has the low byte of a digit or becomes one when cut short.
+TEST(Hex2Mem, CountsOtherCharactersAsZeroWhereverTheyStand) {
+    const std::wstring others = {L'\0',    L'/',      L':',      L'@',      L'G',      L'`',
+                                 L'g',     L'\x7f',   L'\xb0',   L'\xe1',   L'\xff',   L'\x130',
+                                 L'\x161', L'\x3000', L'\x7fff', L'\x8030', L'\xff46', L'\xffff'};
+    constexpr std::size_t lengths[] = {1, 2, 8, 15, 16, 17, 31, 32, 33, 47, 48, 49, 64, 65};
+    for (const std::size_t length : lengths) {
+        const Bytes bytes = SomeBytes(length);
+        const std::wstring text = SlowHexOf(bytes);
+        for (std::size_t place = 0; place != text.size(); ++place)
+            for (const wchar_t other : others) {
+                std::wstring misplaced = text;
+                misplaced[place] = other;
+                Bytes expected = bytes;
+                expected[place / 2] &= place % 2 == 0 ? 0x0F : 0xF0;
+                ASSERT_EQ(BytesOf(misplaced), expected)
+                    << "length " << length << ", place " << place << ", character "
+                    << static_cast<unsigned>(other);
+            }
+    }
+}
+
 TEST(Hex2Mem, ReadsBackWhatMem2HexWroteAtEveryLength) {
-    for (std::size_t length = 0; length != 200; ++length) {
+    for (std::size_t length = 0; length != 201; ++length) {
         const Bytes bytes = SomeBytes(length);
         EXPECT_EQ(BytesOf(HexOf(bytes)), bytes) << length;
     }

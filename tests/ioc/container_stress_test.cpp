@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <any>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <thread>
@@ -63,7 +65,7 @@ public:
             Step(round);
     }
 
-    int wrong = 0;
+    std::atomic<int> wrong{0};
     int fixed = 0;
     int local = 0;
 
@@ -141,8 +143,7 @@ private:
 TEST(ContainerStress, ThreadsSeeOnlyWholeStates) {
     const std::uint32_t seed = kq_test::Seed();
     const auto container = CreateContainer();
-    std::vector<User> users;
-    users.reserve(threadCount);
+    std::deque<User> users;
     for (std::uint32_t thread = 0; thread != threadCount; ++thread)
         users.emplace_back(*container, thread, seed);
     std::vector<std::thread> threads;

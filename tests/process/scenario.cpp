@@ -1,5 +1,7 @@
 #include "process/scenario.h"
 
+#include "support/hang_guard.h"
+
 #include <windows.h>
 
 #include <cstdlib>
@@ -11,6 +13,7 @@ namespace scenario {
 
 namespace {
 
+constexpr std::uint32_t secondsUntilHang = 300;
 constexpr UINT exitOfFailure = 96;
 constexpr UINT exitOfFault = 97;
 constexpr UINT exitOfTerminate = 98;
@@ -80,6 +83,9 @@ int main(int argc, char** argv) {
         Print("usage: <scenario> [seed]; there is no scenario of that name\n");
         return exitOfUnknownName;
     }
+    // Before any scenario touches the library; a guard is no help when the end of the process
+    // hangs.
+    kq_test::StartHangGuard(secondsUntilHang);
     current = entry->name;
     seed = argc > 2 ? static_cast<std::uint32_t>(std::strtoul(argv[2], nullptr, 10)) : 1;
     entry->run();

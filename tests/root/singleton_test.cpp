@@ -1,10 +1,7 @@
 #include <kq/singleton.h>
 
-#include "support/hand_shake.h"
 #include "support/seed.h"
 #include "support/thrown.h"
-
-#include <windows.h>
 
 #include <gtest/gtest.h>
 
@@ -173,34 +170,6 @@ TEST_F(StandardSingleton, SharedCopiesMayMeetInstallsAndReleasesOnOtherThreads) 
     service.Reset();
     EXPECT_EQ(alive, 0);
     EXPECT_EQ(wrong, 0);
-}
-
-// As when a crash is reported: nobody knows what the other threads stand at.
-TEST_F(StandardSingleton, ASharedCopyIsTakenWhateverAnotherThreadWasStoppedAt) {
-    constexpr int stops = 5'000;
-    const auto instance = std::make_shared<Service>(7);
-    std::atomic<bool> isOver{false};
-    std::atomic<HANDLE> handle{nullptr};
-    std::thread writer([&] {
-        handle = OpenThread(THREAD_SUSPEND_RESUME, FALSE, GetCurrentThreadId());
-        while (!isOver) {
-            service = Ref(instance);
-            service.Reset();
-        }
-    });
-    kq_test::ReturnsInTime("a shared copy while a change is stopped", [&] {
-        while (handle == nullptr)
-            std::this_thread::yield();
-        for (int stop = 0; stop != stops; ++stop) {
-            SuspendThread(handle);
-            const std::shared_ptr<Service> shared = service.GetShared();
-            ResumeThread(handle);
-            EXPECT_TRUE(shared == nullptr || shared == instance);
-        }
-    });
-    isOver = true;
-    writer.join();
-    CloseHandle(handle);
 }
 
 } // namespace

@@ -28,28 +28,23 @@ public:
         return now_;
     }
 
-    void WaitUntil(kq::thread::condition_variable& variable,
-                   std::unique_lock<kq::thread::mutex>& lock,
-                   TimePoint deadline) noexcept override {
-        Waiter waiter{variable, *lock.mutex(), deadline};
+    void WaitUntil(kq::thread::condition_variable& variable, kq::thread::mutex& held,
+                   TimePoint deadline) noexcept override KQ_REQUIRES(held) {
+        Waiter waiter{variable, held, deadline};
         {
             const std::lock_guard guard(mutex_);
             if (deadline <= now_)
                 return;
-            ++waits_;
             waiters_.push_back(&waiter);
             changed_.notify_all();
         }
         // Whoever moves the clock now comes by the caller's mutex before it notifies.
-        variable.wait(lock);
-        lock.unlock();
-        {
-            std::unique_lock own(mutex_);
-            waiters_.remove(&waiter);
-            changed_.wait(own, [&] { return !waiter.isBeingWoken; });
-            changed_.notify_all();
-        }
-        lock.lock();
+        variable.wait(held);
+        const kq::thread::unlock_guard released(held);
+        std::unique_lock own(mutex_);
+        waiters_.remove(&waiter);
+        changed_.wait(own, [&] { return !waiter.isBeingWoken; });
+        changed_.notify_all();
     }
 
     /// Moves the clock, and wakes those whose deadline has come. From any thread, also from one
@@ -67,14 +62,20 @@ public:
             for (Waiter* const waiter : due)
                 waiter->isBeingWoken = true;
         }
-        for (Waiter* const waiter : due) {
-            { const std::lock_guard guard(waiter->mutex); }
-            waiter->variable.notify_all();
+        Wake(due);
+    }
+
+    /// Wakes those who wait before their time: a wait may end early at any moment.
+    void WakeEarly() {
+        std::vector<Waiter*> woken;
+        {
+            const std::lock_guard guard(mutex_);
+            woken.assign(waiters_.begin(), waiters_.end());
+            waiters_.clear();
+            for (Waiter* const waiter : woken)
+                waiter->isBeingWoken = true;
         }
-        const std::lock_guard guard(mutex_);
-        for (Waiter* const waiter : due)
-            waiter->isBeingWoken = false;
-        changed_.notify_all();
+        Wake(woken);
     }
 
     /// Blocks until exactly `count` threads wait on this clock.
@@ -82,22 +83,10 @@ public:
         Await("threads that wait on the clock", [&] { return waiters_.size() == count; });
     }
 
-    /// Blocks until a thread waits until `deadline` and no other thread waits. One that was
-    /// notified counts until it runs: whoever notifies counts the waits instead.
-    void AwaitWaitUntil(TimePoint deadline) const {
-        Await("a thread that waits for its time",
-              [&] { return waiters_.size() == 1 && waiters_.front()->deadline == deadline; });
-    }
-
-    /// How many waits have begun.
-    std::size_t Waits() const {
+    /// Whether a thread waits until `deadline` and no other thread waits.
+    bool IsAwaited(TimePoint deadline) const {
         const std::lock_guard guard(mutex_);
-        return waits_;
-    }
-
-    /// Blocks until more than `count` waits have begun.
-    void AwaitMoreWaits(std::size_t count) const {
-        Await("one more wait on the clock", [&] { return waits_ > count; });
+        return waiters_.size() == 1 && waiters_.front()->deadline == deadline;
     }
 
     /// How often the clock was read.
@@ -114,6 +103,17 @@ private:
         bool isBeingWoken = false; // the one who moves the clock still uses this
     };
 
+    void Wake(const std::vector<Waiter*>& woken) {
+        for (Waiter* const waiter : woken) {
+            { const std::lock_guard guard(waiter->mutex); }
+            waiter->variable.notify_all();
+        }
+        const std::lock_guard guard(mutex_);
+        for (Waiter* const waiter : woken)
+            waiter->isBeingWoken = false;
+        changed_.notify_all();
+    }
+
     template <class Condition>
     void Await(const char* what, Condition condition) const {
         std::unique_lock lock(mutex_);
@@ -124,7 +124,6 @@ private:
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     mutable std::size_t reads_ = 0;
-    std::size_t waits_ = 0;
     TimePoint now_{std::chrono::hours(1)};
     std::list<Waiter*> waiters_;
 };

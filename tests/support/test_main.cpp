@@ -1,5 +1,7 @@
 // The main program of every test: runs GoogleTest and prints the closing line by which a run
 // counts.
+#include "support/hang_guard.h"
+
 #include <windows.h>
 
 #include <gtest/gtest.h>
@@ -14,6 +16,9 @@ namespace {
 constexpr int exitCodeOfCrash = 97;
 constexpr int exitCodeOfTerminate = 98;
 
+// Before the time-outs of cmake/wine-run and of ctest.
+constexpr std::uint32_t secondsUntilHang = 240;
+
 LONG WINAPI EndOnCrash(EXCEPTION_POINTERS* fault) {
     std::fprintf(stderr, "kq tests: crashed with code 0x%08lx at %p\n",
                  fault->ExceptionRecord->ExceptionCode, fault->ExceptionRecord->ExceptionAddress);
@@ -23,8 +28,9 @@ LONG WINAPI EndOnCrash(EXCEPTION_POINTERS* fault) {
 }
 
 [[noreturn]] void EndOnTerminate() {
-    std::fprintf(stderr, "kq tests: terminated\n");
+    std::fprintf(stderr, "kq tests: terminated; its threads:\n");
     std::fflush(stderr);
+    kq_test::PrintAllStacks();
     TerminateProcess(GetCurrentProcess(), exitCodeOfTerminate);
     std::abort();
 }
@@ -35,6 +41,7 @@ int main(int argc, char** argv) {
     SetUnhandledExceptionFilter(EndOnCrash);
     std::set_terminate(EndOnTerminate);
     testing::InitGoogleTest(&argc, argv);
+    kq_test::StartHangGuard(secondsUntilHang);
     const int result = RUN_ALL_TESTS();
     const int passed = testing::UnitTest::GetInstance()->successful_test_count();
     if (result == 0)

@@ -52,14 +52,13 @@ protected:
         kq::concurrency::jobQueue = std::make_shared<kq::concurrency::CJobQueue>(runPool, 1);
     }
 
-    /// Registers a timed job while the loop sleeps or there is none, and returns when the loop has
-    /// taken notice and sleeps again, unless the job is due at once. A loop that were slow to take
-    /// notice would compute its wait at a later time.
+    /// Registers a timed job while the loop sleeps or there is none, and returns when the loop
+    /// sleeps, unless the job is due at once. A loop that were slow to begin would compute its wait
+    /// at a later time.
     Ticket Register(Callback callback, Milliseconds interval, bool repeat) {
-        const std::size_t waits = clock.Waits();
         Ticket ticket = scheduler->Register(std::move(callback), interval, repeat);
         if (interval > Milliseconds::zero())
-            clock.AwaitMoreWaits(waits);
+            clock.AwaitWaiters(1);
         return ticket;
     }
     Ticket Once(Milliseconds interval, Callback callback) {
@@ -74,9 +73,17 @@ protected:
         return [&runs](const Ticket&) { runs.Add(); };
     }
 
-    /// Blocks until the loop sleeps until that long after the beginning of the test.
+    /// Blocks until the loop sleeps until that long after the beginning of the test. A loop whose
+    /// wait has become longer only finds out when it wakes.
     void AwaitSleepUntil(ManualClock::Duration sinceBegin) {
-        clock.AwaitWaitUntil(begin + sinceBegin);
+        const bool sleeps = Eventually([&] {
+            if (clock.IsAwaited(begin + sinceBegin))
+                return true;
+            clock.WakeEarly();
+            return clock.IsAwaited(begin + sinceBegin);
+        });
+        if (!sleeps)
+            FailHandShake("a loop that waits for its time");
     }
 
     /// Ends the scheduler, its loops and every run. The last step of a test whose callbacks use

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <mutex>
 #include <thread>
 #include <type_traits>
 
@@ -22,10 +21,10 @@ namespace {
 void WaitToTheEnd(Clock::TimePoint deadline) {
     mutex guarding;
     condition_variable never;
-    std::unique_lock lock(guarding);
+    const kq::thread::lock_guard guard(guarding);
     while (SteadyClock().Now() < deadline)
-        SteadyClock().WaitUntil(never, lock, deadline);
-    EXPECT_TRUE(lock.owns_lock());
+        SteadyClock().WaitUntil(never, guarding, deadline);
+    EXPECT_FALSE(guarding.try_lock());
 }
 
 TEST(SteadyClock, IsThatOfTheStandardLibrary) {
@@ -54,9 +53,9 @@ TEST(SteadyClock, AWaitForADeadlineThatHasPassedReturns) {
     kq_test::ReturnsInTime("a wait that is over already", [] {
         mutex guarding;
         condition_variable never;
-        std::unique_lock lock(guarding);
-        SteadyClock().WaitUntil(never, lock, Clock::TimePoint());
-        EXPECT_TRUE(lock.owns_lock());
+        const kq::thread::lock_guard guard(guarding);
+        SteadyClock().WaitUntil(never, guarding, Clock::TimePoint());
+        EXPECT_FALSE(guarding.try_lock());
     });
 }
 
@@ -68,21 +67,21 @@ TEST(SteadyClock, ANotificationEndsAWaitWhoseDeadlineIsFar) {
     kq_test::ReturnsInTime("a notified wait", [&] {
         std::thread setter([&] {
             for (;;) {
-                const std::lock_guard guard(guarding);
+                const kq::thread::lock_guard guard(guarding);
                 if (hasBegun)
                     break;
             }
             {
-                const std::lock_guard guard(guarding);
+                const kq::thread::lock_guard guard(guarding);
                 isSet = true;
             }
             changed.notify_one();
         });
         {
-            std::unique_lock lock(guarding);
+            const kq::thread::lock_guard guard(guarding);
             hasBegun = true;
             while (!isSet)
-                SteadyClock().WaitUntil(changed, lock, SteadyClock().Now() + 24h * 365);
+                SteadyClock().WaitUntil(changed, guarding, SteadyClock().Now() + 24h * 365);
         }
         setter.join();
     });

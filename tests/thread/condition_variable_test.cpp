@@ -7,7 +7,6 @@
 #include <chrono>
 #include <deque>
 #include <limits>
-#include <mutex>
 #include <thread>
 #include <type_traits>
 #include <vector>
@@ -29,9 +28,9 @@ TEST(ConditionVariable, AWaitUntilAPassedDeadlineReturns) {
     mutex guarding;
     condition_variable changed;
     ReturnsInTime("a wait that is over already", [&] {
-        std::unique_lock lock(guarding);
-        changed.wait_until(lock, Deadline(std::chrono::seconds(-1)));
-        EXPECT_TRUE(lock.owns_lock());
+        const kq::thread::lock_guard guard(guarding);
+        changed.wait_until(guarding, Deadline(std::chrono::seconds(-1)));
+        EXPECT_FALSE(guarding.try_lock());
     });
 }
 
@@ -42,15 +41,15 @@ TEST(ConditionVariable, ANotificationEndsAWaitWithoutEnd) {
     ReturnsInTime("a notified wait", [&] {
         std::thread setter([&] {
             {
-                const std::lock_guard guard(guarding);
+                const kq::thread::lock_guard guard(guarding);
                 isSet = true;
             }
             changed.notify_one();
         });
         {
-            std::unique_lock lock(guarding);
+            const kq::thread::lock_guard guard(guarding);
             while (!isSet)
-                changed.wait_until(lock, Deadline(std::chrono::hours::max()));
+                changed.wait_until(guarding, Deadline(std::chrono::hours::max()));
         }
         setter.join();
     });
@@ -65,17 +64,17 @@ TEST(ConditionVariable, NotifyAllEndsEveryWait) {
         std::vector<std::thread> waiters;
         for (int i = 0; i != 5; ++i)
             waiters.emplace_back([&] {
-                std::unique_lock lock(guarding);
+                const kq::thread::lock_guard guard(guarding);
                 ++waiting;
                 while (!isOpen)
-                    changed.wait(lock);
+                    changed.wait(guarding);
             });
         for (bool all = false; !all; std::this_thread::yield()) {
-            const std::lock_guard guard(guarding);
+            const kq::thread::lock_guard guard(guarding);
             all = waiting == 5;
         }
         {
-            const std::lock_guard guard(guarding);
+            const kq::thread::lock_guard guard(guarding);
             isOpen = true;
         }
         changed.notify_all();
@@ -97,9 +96,9 @@ TEST(ConditionVariable, LosesNoNotificationUnderStress) {
             threads.emplace_back([&] {
                 for (int item = 1; item <= items; ++item) {
                     {
-                        std::unique_lock lock(guarding);
+                        const kq::thread::lock_guard guard(guarding);
                         while (!buffer.empty())
-                            emptied.wait(lock);
+                            emptied.wait(guarding);
                         buffer.push_back(item);
                     }
                     filled.notify_one();
@@ -108,9 +107,9 @@ TEST(ConditionVariable, LosesNoNotificationUnderStress) {
             threads.emplace_back([&] {
                 for (int item = 1; item <= items; ++item) {
                     {
-                        std::unique_lock lock(guarding);
+                        const kq::thread::lock_guard guard(guarding);
                         while (buffer.empty())
-                            filled.wait(lock);
+                            filled.wait(guarding);
                         taken += buffer.front();
                         buffer.pop_front();
                     }

@@ -3,11 +3,11 @@
 
 #include <kq/signal/short_lock.h>
 #include <kq/signal/signaler.h>
+#include <kq/thread/scoped_locks.h>
 
 #include <cstdint>
 #include <exception>
 #include <functional>
-#include <mutex>
 #include <utility>
 
 namespace kq {
@@ -65,7 +65,7 @@ public:
     /// lock is released.
     Audience Store(T value) {
         using std::swap;
-        const std::lock_guard<detail::ShortLock> guard(mutex_);
+        const thread::lock_guard<detail::ShortLock> guard(mutex_);
         swap(last_, value);
         ++stores_;
         return Audience(signaler_.sinks_->Newest());
@@ -89,7 +89,7 @@ private:
         // Against a sink that emits whenever it is called, and one that is slower than those who
         // emit: after so many replays the next one runs when the sink is linked already.
         constexpr int patience = 100;
-        std::unique_lock<detail::ShortLock> lock(mutex_);
+        thread::unique_lock<detail::ShortLock> lock(mutex_);
         for (int replays = 0; sink.callables.onValue; ++replays) {
             const std::uint64_t stores = stores_;
             const bool isLinked = replays == patience;
@@ -111,9 +111,9 @@ private:
     }
 
     CSignaler<T> signaler_;
-    detail::ShortLock mutex_; // guards the following, and comes before the list's lock
-    T last_;
-    std::uint64_t stores_ = 0;
+    detail::ShortLock mutex_; // comes before the list's lock
+    T last_ KQ_GUARDED_BY(mutex_);
+    std::uint64_t stores_ KQ_GUARDED_BY(mutex_) = 0;
 };
 
 } // namespace signal

@@ -2,13 +2,13 @@
 #pragma once
 
 #include <kq/signal/short_lock.h>
+#include <kq/thread/scoped_locks.h>
 
 #include <atomic>
 #include <cstdint>
 #include <exception>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 namespace kq {
@@ -71,7 +71,7 @@ public:
 
     static End Link(const std::shared_ptr<SinkList>& list, Sink<T>& sink) {
         sink.list = list;
-        const std::lock_guard<ShortLock> guard(list->mutex_);
+        const thread::lock_guard<ShortLock> guard(list->mutex_);
         sink.number = list->newest_.load(std::memory_order_relaxed) + 1;
         list->newest_.store(sink.number, std::memory_order_relaxed);
         sink.previous = list->last_;
@@ -95,14 +95,14 @@ public:
     }
 
     Mark SetFailure(std::exception_ptr failure) noexcept {
-        const std::lock_guard<ShortLock> guard(mutex_);
+        const thread::lock_guard<ShortLock> guard(mutex_);
         failure_.swap(
             failure); // the parameter goes with the caller's expression, not under the lock
         return Newest();
     }
 
     Mark SetCompleted() noexcept {
-        const std::lock_guard<ShortLock> guard(mutex_);
+        const thread::lock_guard<ShortLock> guard(mutex_);
         completed_ = true;
         return Newest();
     }
@@ -133,7 +133,7 @@ private:
         Sink<T>* Current() const noexcept { return current_; }
 
         void Begin(SinkList& list, Mark mark) noexcept {
-            const std::lock_guard<ShortLock> guard(list.mutex_);
+            const thread::lock_guard<ShortLock> guard(list.mutex_);
             current_ = Hold(list.first_, mark);
         }
 
@@ -143,7 +143,7 @@ private:
             Sink<T>* const left = current_;
             bool isLast = false;
             {
-                const std::lock_guard<ShortLock> guard(left->list->mutex_);
+                const thread::lock_guard<ShortLock> guard(left->list->mutex_);
                 current_ = Hold(left->next, mark);
                 isLast = left->list->LetGo(*left);
             }
@@ -167,7 +167,7 @@ private:
     static void Disconnect(Sink<T>* sink) noexcept {
         bool isLast = true;
         if (sink->list != nullptr) {
-            const std::lock_guard<ShortLock> guard(sink->list->mutex_);
+            const thread::lock_guard<ShortLock> guard(sink->list->mutex_);
             sink->connected = false;
             isLast = sink->list->LetGo(*sink);
         }
@@ -176,7 +176,7 @@ private:
     }
 
     /// Whether nobody else holds the sink; then it is not in the list any more.
-    bool LetGo(Sink<T>& sink) noexcept {
+    bool LetGo(Sink<T>& sink) noexcept KQ_REQUIRES(mutex_) {
         if (--sink.holders != 0)
             return false;
         (sink.previous != nullptr ? sink.previous->next : first_) = sink.next;
@@ -185,11 +185,11 @@ private:
         return true;
     }
 
-    ShortLock mutex_; // guards the links and holders of all sinks, and the following
-    Sink<T>* first_ = nullptr;
-    Sink<T>* last_ = nullptr;
-    std::exception_ptr failure_;
-    bool completed_ = false;
+    ShortLock mutex_; // guards the links and holders of all sinks too
+    Sink<T>* first_ KQ_GUARDED_BY(mutex_) = nullptr;
+    Sink<T>* last_ KQ_GUARDED_BY(mutex_) = nullptr;
+    std::exception_ptr failure_ KQ_GUARDED_BY(mutex_);
+    bool completed_ KQ_GUARDED_BY(mutex_) = false;
     // Changed under the lock too, and read without it: emitting to nobody costs one look.
     std::atomic<bool> isEmpty_{true};
     std::atomic<Mark> newest_{0};

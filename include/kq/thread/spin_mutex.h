@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kq/export.h>
+#include <kq/thread/annotations.h>
 
 #include <atomic>
 #include <cstdint>
@@ -17,18 +18,18 @@ namespace thread {
 /// `std::condition_variable_any` work with it. Not recursive, and without an owner: any thread may
 /// unlock it. Constant-initialised and trivially destructible, so it may guard objects with static
 /// storage. No operation throws.
-class spin_mutex {
+class KQ_CAPABILITY spin_mutex {
 public:
     constexpr spin_mutex() noexcept = default;
     spin_mutex(const spin_mutex&) = delete;
     spin_mutex& operator=(const spin_mutex&) = delete;
 
     /// Waits until the lock is free and takes it.
-    KQ_API void lock() noexcept;
+    KQ_API void lock() noexcept KQ_ACQUIRE();
     /// Takes the lock if it is free; returns whether it did. Never waits.
-    KQ_API bool try_lock() noexcept;
+    KQ_API bool try_lock() noexcept KQ_TRY_ACQUIRE(true);
     /// Frees the lock.
-    KQ_API void unlock() noexcept;
+    KQ_API void unlock() noexcept KQ_RELEASE();
 
 private:
     std::atomic<std::uint32_t> word_{0};
