@@ -1,6 +1,9 @@
 # The run-time libraries that a program built with mingw needs beside it. libstdc++ goes stripped:
 # its 20 MB of debug information would cost every reader of symbols half a second.
 if(MINGW)
+    if(NOT KQ_RUNTIME_FOLDERS) # not cross-compiling: they are beside the compiler
+        get_filename_component(KQ_RUNTIME_FOLDERS ${CMAKE_CXX_COMPILER} DIRECTORY)
+    endif()
     set(KQ_RUNTIME_DLLS)
     foreach(name libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
         find_file(kq_runtime_${name} ${name} PATHS ${KQ_RUNTIME_FOLDERS}

@@ -7,6 +7,8 @@
 #   FOLDER    where it runs; emptied before
 #   EMULATOR  what runs a program of the target; may be empty
 
+cmake_minimum_required(VERSION 3.25)
+
 # fail(<text>): as message(FATAL_ERROR), which would fill up the lines of a program's output.
 function(fail text)
     message("${text}")

@@ -1,5 +1,7 @@
 # cmake -DROOT=<folder> -P links.cmake: whether what the pages of the documentation name is there: the
 # file behind each relative link, the heading behind its "#", and each subcommand of ./dev.
+cmake_minimum_required(VERSION 3.25)
+
 file(GLOB_RECURSE pages RELATIVE ${ROOT}
     ${ROOT}/docs/*.md ${ROOT}/examples/*.md ${ROOT}/packaging/*.md)
 file(GLOB top_pages RELATIVE ${ROOT} ${ROOT}/*.md)

@@ -4,6 +4,8 @@
 #   ROOT     the folder of docs/ and include/
 #   DOXYGEN  the program
 #   FOLDER   where the reference goes
+cmake_minimum_required(VERSION 3.25)
+
 file(MAKE_DIRECTORY ${FOLDER})
 file(WRITE ${FOLDER}/Doxyfile "@INCLUDE = docs/Doxyfile\nOUTPUT_DIRECTORY = ${FOLDER}\n")
 execute_process(COMMAND ${DOXYGEN} ${FOLDER}/Doxyfile WORKING_DIRECTORY ${ROOT}

@@ -13,7 +13,8 @@ int main() {
 
     std::string text;
     const CJobTicket first = jobQueue->Queue([&] { text = "kq "; });
-    const CJobTicket second = jobQueue->Queue([&] { text += kq::Version().text; }, dependsOn(first));
+    const CJobTicket second =
+        jobQueue->Queue([&] { text += kq::Version().text; }, dependsOn(first));
     second.Wait();
 
     // An exception of the host's goes through the library, and one of the library's comes out.

@@ -14,10 +14,9 @@ class VersionResource : public testing::Test {
 protected:
     void SetUp() override {
         HMODULE library = nullptr;
-        ASSERT_TRUE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                                           GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                                       reinterpret_cast<const wchar_t*>(LibraryAddress()),
-                                       &library));
+        ASSERT_TRUE(GetModuleHandleExW(
+            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+            reinterpret_cast<const wchar_t*>(LibraryAddress()), &library));
         std::wstring name(32768, L'\0');
         name.resize(GetModuleFileNameW(library, name.data(), static_cast<DWORD>(name.size())));
         const DWORD size = GetFileVersionInfoSizeW(name.c_str(), nullptr);

@@ -14,6 +14,7 @@ namespace thread {
 template <class Mutex>
 class KQ_SCOPED_CAPABILITY lock_guard {
 public:
+    /// Takes the lock.
     explicit lock_guard(Mutex& mutex) noexcept(noexcept(mutex.lock())) KQ_ACQUIRE(mutex)
         : mutex_(mutex) {
         mutex.lock();
@@ -21,6 +22,7 @@ public:
     /// For a lock that the calling thread has taken already.
     lock_guard(Mutex& mutex, std::adopt_lock_t /*tag*/) noexcept KQ_REQUIRES(mutex)
         : mutex_(mutex) {}
+    /// Releases the lock.
     ~lock_guard() KQ_RELEASE() { mutex_.unlock(); }
     lock_guard(const lock_guard&) = delete;
     lock_guard& operator=(const lock_guard&) = delete;
@@ -33,10 +35,12 @@ private:
 template <class Mutex>
 class KQ_SCOPED_CAPABILITY unique_lock {
 public:
+    /// Takes the lock.
     explicit unique_lock(Mutex& mutex) noexcept(noexcept(mutex.lock())) KQ_ACQUIRE(mutex)
         : mutex_(mutex) {
         mutex.lock();
     }
+    /// Releases the lock if it is held.
     ~unique_lock() KQ_RELEASE() {
         if (isHeld_)
             mutex_.unlock();
@@ -65,9 +69,11 @@ private:
 template <class Mutex>
 class KQ_SCOPED_CAPABILITY unlock_guard {
 public:
+    /// Releases the lock.
     explicit unlock_guard(Mutex& mutex) noexcept KQ_RELEASE(mutex) : mutex_(mutex) {
         mutex.unlock();
     }
+    /// Takes the lock again.
     // To the check, the end of the scope releases whatever the scope did: here, the release.
     ~unlock_guard() KQ_RELEASE() { mutex_.lock(); }
     unlock_guard(const unlock_guard&) = delete;
