@@ -97,10 +97,11 @@ class FailurePrinter final : public testing::EmptyTestEventListener {
 /// What there is when the threads that the tests have left to themselves have come to rest: at once
 /// when there is no more than before.
 Belongings WhatStays(const Belongings& before) {
-    constexpr DWORD patience = 3'000;
-    constexpr DWORD pause = 50;
+    constexpr ULONGLONG patience = 3'000;
+    constexpr DWORD pause = 100;
+    const ULONGLONG begin = GetTickCount64();
     Belongings now = Belongings::Now();
-    for (DWORD waited = 0; now.HaveGrownSince(before) && waited < patience; waited += pause) {
+    while (now.HaveGrownSince(before) && GetTickCount64() - begin < patience) {
         Sleep(pause);
         now = Belongings::Now();
     }
