@@ -56,7 +56,8 @@ void CompareValues(const std::uint8_t* data) {
             "a GUID is read back");
     const bool areEqual = std::memcmp(&values[0], &values[1], sizeof(GUID)) == 0;
     Require((left == right) == areEqual, "equality");
-    Require((left < right) + (right < left) + areEqual == 1, "order");
+    Require((left < right) != (right < left || areEqual), "order");
+    Require(!(right < left) || !areEqual, "order and equality");
 }
 
 } // namespace

@@ -16,7 +16,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 struct Timer {
-    Clock::duration interval;
+    Clock::duration interval{};
     Clock::time_point due;
     bool hasWoken = false; // a waiting thread, since it was last due
 };
@@ -144,7 +144,7 @@ unsigned short RegisterClassW(const WNDCLASSW* description) {
 BOOL UnregisterClassW(LPCWSTR name, HINSTANCE /*owner*/) {
     Desk& desk = TheDesk();
     const std::lock_guard guard(desk.mutex);
-    return desk.classes.erase(name) != 0;
+    return desk.classes.erase(name) != 0 ? TRUE : FALSE;
 }
 
 HWND CreateWindowExW(DWORD /*extendedStyle*/, LPCWSTR className, LPCWSTR /*title*/, DWORD /*style*/,
@@ -297,7 +297,7 @@ UINT_PTR SetTimer(HWND window, UINT_PTR id, UINT milliseconds, void* /*function*
 BOOL KillTimer(HWND window, UINT_PTR id) {
     Desk& desk = TheDesk();
     const std::lock_guard guard(desk.mutex);
-    return desk.Has(window) && window->timers.erase(id) != 0;
+    return desk.Has(window) && window->timers.erase(id) != 0 ? TRUE : FALSE;
 }
 
 DWORD MsgWaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL /*all*/,
