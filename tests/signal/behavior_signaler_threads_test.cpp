@@ -61,13 +61,13 @@ TEST(BehaviorSignalerThreads, ValuesDoNotTear) {
                 signaler.Emit(Text(i));
             hasEnded = true;
         });
-        while (!hasEnded) {
+        do {
             const Connection connection = signaler.Connect([&](std::string const& value) {
                 if (!IsWhole(value))
                     ++torn;
             });
             ++connections;
-        }
+        } while (!hasEnded);
         emitter.join();
     });
     EXPECT_EQ(torn, 0u);

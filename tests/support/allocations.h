@@ -7,21 +7,33 @@
 #include <cstddef>
 #include <cstdlib>
 #include <new>
+#include <thread>
 
 namespace kq_test {
 
 inline std::atomic<std::size_t> allocationCount{0};
+inline std::atomic<std::size_t> releaseCount{0};
 inline std::atomic<int> allocationsLeft{-1}; // negative: without limit
+inline std::atomic<std::thread::id> limitedThread{};
 inline void (*whenFreed)(const void* memory) = nullptr;
 
 /// How many allocations there have been, on all threads.
 inline std::size_t Allocations() { return allocationCount.load(std::memory_order_relaxed); }
 
-/// Lets every allocation throw `std::bad_alloc` while it lives, after so many that succeed. For
-/// programs in which one thread allocates.
+/// How many blocks are in use.
+inline std::size_t LiveBlocks() {
+    return allocationCount.load(std::memory_order_relaxed) -
+           releaseCount.load(std::memory_order_relaxed);
+}
+
+/// Lets every allocation of the calling thread throw `std::bad_alloc` while it lives, after so many
+/// that succeed. One at a time.
 class AllocationLimit {
 public:
-    explicit AllocationLimit(int limit) { allocationsLeft = limit; }
+    explicit AllocationLimit(int limit) {
+        limitedThread = std::this_thread::get_id();
+        allocationsLeft = limit;
+    }
     ~AllocationLimit() { allocationsLeft = -1; }
     AllocationLimit(const AllocationLimit&) = delete;
     AllocationLimit& operator=(const AllocationLimit&) = delete;
@@ -41,10 +53,11 @@ int FailuresUntilEnoughMemory(Action action) {
 
 inline void* CountedAllocation(std::size_t size) {
     const int left = allocationsLeft.load(std::memory_order_relaxed);
-    if (left == 0)
-        throw std::bad_alloc();
-    if (left > 0)
+    if (left >= 0 && limitedThread.load() == std::this_thread::get_id()) {
+        if (left == 0)
+            throw std::bad_alloc();
         allocationsLeft.store(left - 1, std::memory_order_relaxed);
+    }
     allocationCount.fetch_add(1, std::memory_order_relaxed);
     if (void* const memory = std::malloc(size)) // NOLINT: what operator new is made of
         return memory;
@@ -52,6 +65,8 @@ inline void* CountedAllocation(std::size_t size) {
 }
 
 inline void WatchedRelease(void* memory) noexcept {
+    if (memory != nullptr)
+        releaseCount.fetch_add(1, std::memory_order_relaxed);
     if (whenFreed != nullptr && memory != nullptr)
         whenFreed(memory);
     std::free(memory); // NOLINT: what operator delete is made of

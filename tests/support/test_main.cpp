@@ -24,6 +24,7 @@ LONG WINAPI EndOnCrash(EXCEPTION_POINTERS* fault) {
     std::fprintf(stderr, "kq tests: crashed with code 0x%08lx at %p\n",
                  fault->ExceptionRecord->ExceptionCode, fault->ExceptionRecord->ExceptionAddress);
     std::fflush(stderr);
+    kq_test::PrintAllStacks();
     TerminateProcess(GetCurrentProcess(), exitCodeOfCrash);
     return EXCEPTION_EXECUTE_HANDLER;
 }
