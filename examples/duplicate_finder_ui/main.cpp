@@ -45,10 +45,10 @@ int Run(int show) {
 } // namespace duplicate_finder
 
 int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, wchar_t* /*commandLine*/,
-                    int show) {
+                    int nShowCmd) {
     const kq::Session session; // when everything else has gone, drains and joins
     try {
-        return duplicate_finder::Run(show);
+        return duplicate_finder::Run(nShowCmd);
     } catch (const std::exception& problem) {
         MessageBoxA(nullptr, problem.what(), "Duplicate Finder", MB_ICONERROR);
         return 1;

@@ -104,8 +104,9 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM wide, LPARAM longer) {
         case DM_GETDEFID:
             return DefaultButton();
         case WM_NEXTDLGCTL: // a control, for a mnemonic, or a direction
-            MoveFocus(LOWORD(longer) != 0 ? reinterpret_cast<HWND>(wide)
-                                          : GetNextDlgTabItem(window_, GetFocus(), wide != 0));
+            MoveFocus(LOWORD(longer) != 0
+                          ? reinterpret_cast<HWND>(wide)
+                          : GetNextDlgTabItem(window_, GetFocus(), wide != 0 ? TRUE : FALSE));
             return 0;
         case WM_DESTROY:
             finder_.reset(); // jobs that come later find it gone

@@ -37,6 +37,13 @@ protected:
         candidates_.push_back(candidate);
     }
 
+    std::vector<Candidate*> First(std::size_t count) {
+        std::vector<Candidate*> first;
+        for (std::size_t index = 0; index != count; ++index)
+            first.push_back(&candidates_[index]);
+        return first;
+    }
+
     void Examine(GroupFeed& feed, std::size_t index, State state) {
         candidates_[index].state = state;
         feed.OnExamined(candidates_[index]);
@@ -102,7 +109,7 @@ TEST_F(GroupFeedTest, TellsOfLargeFilesWhenTheLastBodyOfTheirSizeIsRead) {
     for (std::size_t index = 0; index != 5; ++index)
         Examine(feed, index, State::Begun);
     EXPECT_EQ(Told(), Names{});
-    feed.ExpectBodies({&candidates_[0], &candidates_[1], &candidates_[2], &candidates_[3]});
+    feed.ExpectBodies(First(4));
     for (std::size_t index = 0; index != 3; ++index)
         Examine(feed, index, State::Digested);
     EXPECT_EQ(Told(), Names{});
@@ -169,7 +176,7 @@ TEST_F(GroupFeedTest, DoesNothingForNobody) {
     feed.ExpectHeads();
     Examine(feed, 0, State::Digested);
     Examine(feed, 1, State::Digested);
-    feed.ExpectBodies({&candidates_[0]});
+    feed.ExpectBodies(First(1));
     EXPECT_EQ(candidates_[0].state, State::Digested);
 }
 

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr DWORD patience = 60'000; // milliseconds
+constexpr DWORD patience = 150'000; // milliseconds
 
 std::string Narrow(const std::wstring& text) {
     std::string narrow;

@@ -39,7 +39,7 @@ void Interrupt(const std::wstring& program, const Arguments& arguments) {
     if (window.IsEnabled(IDOK))
         Fail("a second search can be started");
 
-    const unsigned long long silence = LongestSilence(finder, 100);
+    const unsigned long long silence = LongestSilence(finder, 30);
     std::printf("drive: the window answered within %llu ms\n", silence);
     if (silence > 5000)
         Fail("the window does not answer");
