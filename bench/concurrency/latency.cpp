@@ -1,3 +1,4 @@
+#include "concurrency/bare_thread.h"
 #include "concurrency/empty_job.h"
 #include "concurrency/executors.h"
 #include "concurrency/rows.h"
@@ -42,18 +43,26 @@ void EnterRelay(Row& row, const char* name, Executor& executor) {
     });
 }
 
+/// What `handOver` costs when everybody has gone to sleep, in microseconds.
+template <class HandOver>
+double CostAfterSleep(HandOver handOver) {
+    // Long enough for every thread of every executor.
+    std::this_thread::sleep_for(std::chrono::milliseconds(3));
+    const Stopwatch watch;
+    handOver();
+    constexpr double nanosecondsPerMicrosecond = 1000;
+    return watch.Nanoseconds() / nanosecondsPerMicrosecond;
+}
+
 template <class Executor>
 void EnterWakeUp(Row& row, const char* name, Executor& executor) {
     EnterExecutor<Executor>(row, name, [&executor] {
-        // Long enough for every thread of every executor to have gone to sleep.
-        std::this_thread::sleep_for(std::chrono::milliseconds(3));
-        const Stopwatch watch;
-        executor.Begin(1);
-        std::vector<typename Executor::Handle> handles;
-        handles.push_back(executor.Submit(Empty{}));
-        executor.WaitForAll(handles);
-        constexpr double nanosecondsPerMicrosecond = 1000;
-        return watch.Nanoseconds() / nanosecondsPerMicrosecond;
+        return CostAfterSleep([&executor] {
+            executor.Begin(1);
+            std::vector<typename Executor::Handle> handles;
+            handles.push_back(executor.Submit(Empty{}));
+            executor.WaitForAll(handles);
+        });
     });
 }
 
@@ -91,6 +100,9 @@ void WakeUps() {
     EnterWakeUp(row, libThreadPoolName, pool);
 #endif
     EnterWakeUp(row, asyncName, async);
+    BareThread bare;
+    row.EnterLimit("a thread woken and waking by one word each",
+                   [&bare] { return CostAfterSleep([&bare] { bare.Ask(); }); });
     row.AimAtMostTimes(0.7, "Threadpool", "the platform's pool");
     Measure({&row}, samples);
     row.Report();

@@ -68,7 +68,8 @@ public:
         auto closure = std::make_unique<Closure>(Closure{&ran});
         if (PostMessageW(window_, runMessage, 0, reinterpret_cast<LPARAM>(closure.get())) == FALSE)
             throw std::runtime_error("PostMessageW failed");
-        static_cast<void>(closure.release()); // whoever gets the message frees it
+        static_cast<void>(closure.release());
+        // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): whoever gets the message frees it
     }
 
 private:

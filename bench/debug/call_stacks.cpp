@@ -114,7 +114,7 @@ void FreshStacks() {
     Row first("GetCallStack of 10 frames, for the first time", "µs");
     Row known("GetCallStack of 10 frames that are known", "µs");
     struct Contestant {
-        void (*capture)();
+        void (*capture)() = nullptr;
         Series first{};
         Series known{};
     };

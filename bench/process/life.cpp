@@ -48,6 +48,7 @@ void Life() {
     Row load("Load kq.dll into a process with the system's libraries", "ms");
     load.Enter("kq.dll", [=] { return InChild(L"last" + needs + kq); });
     load.EnterLimit("an empty library", [=] { return InChild(L"last" + needs + empty); });
+    load.EnterLimit("a message-only window", [=] { return InChild(L"window" + needs); });
     load.AimAtMost(5);
     Row loadAll("Load kq.dll with the system's libraries", "ms");
     loadAll.Enter("kq.dll", [=] { return InChild(L"all" + kq); });

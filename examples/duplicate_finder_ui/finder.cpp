@@ -11,6 +11,7 @@
 #include <kq/concurrency/job_queue.h>
 #include <kq/error/error_reporter.h>
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -120,7 +121,8 @@ void Finder::Update() {
         if (result) {
             groups_.Assign(std::exchange(result->report.groups, {}));
             report_ = std::move(result->report);
-            errors_ = std::move(result->problems);
+            std::move(result->problems.begin(), result->problems.end(),
+                      std::back_inserter(errors_));
             SetText(window_, IDC_DONE, result->summary);
             SetText(window_, IDC_TOTAL, L"");
             run_.reset();

@@ -51,7 +51,7 @@ void Arrange(HWND window, UINT dpi, int line) {
     const int start = right - buttonWidth;
     const int browse = start - gap - buttonWidth;
     placement.Put(IDC_FOLDER_LABEL, left, top + labelOffset, labelWidth, line);
-    const int editHeight = line + scaled(8); // its text stands at the top
+    const int editHeight = line + scaled(6); // its text stands at the top
     placement.Put(IDC_FOLDER, left + labelWidth, top + (rowHeight - editHeight) / 2,
                   browse - gap - left - labelWidth, editHeight);
     placement.Put(IDC_BROWSE, browse, top, buttonWidth, rowHeight);

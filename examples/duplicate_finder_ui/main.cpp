@@ -11,6 +11,7 @@
 #include <objbase.h>
 #include <shellapi.h>
 
+#include <exception>
 #include <string>
 
 namespace duplicate_finder {
@@ -46,5 +47,10 @@ int Run(int show) {
 int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, wchar_t* /*commandLine*/,
                     int show) {
     const kq::Session session; // when everything else has gone, drains and joins
-    return duplicate_finder::Run(show);
+    try {
+        return duplicate_finder::Run(show);
+    } catch (const std::exception& problem) {
+        MessageBoxA(nullptr, problem.what(), "Duplicate Finder", MB_ICONERROR);
+        return 1;
+    }
 }

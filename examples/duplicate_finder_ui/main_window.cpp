@@ -6,6 +6,8 @@
 
 #include <kq/error/error_reporter.h>
 
+#include <stdexcept>
+
 namespace duplicate_finder {
 namespace {
 
@@ -31,6 +33,8 @@ MainWindow::MainWindow() {
     CreateWindowExW(WS_EX_CONTROLPARENT, className, title, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
                     CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr,
                     GetModuleHandleW(nullptr), this);
+    if (window_ == nullptr)
+        throw std::runtime_error("The window cannot be made.");
 }
 
 MainWindow::~MainWindow() {
@@ -60,7 +64,7 @@ LRESULT CALLBACK MainWindow::OnMessage(HWND window, UINT message, WPARAM wide, L
     } catch (...) {
         // It must not go through the system's code that called. The user is told of it.
         kq::error::errorReporter->ReportCurrentException();
-        return 0;
+        return message == WM_CREATE ? -1 : 0; // there is no window without its contents
     }
 }
 

@@ -15,6 +15,7 @@ namespace duplicate_finder {
 /// business. Closing it ends the search and posts the quit message. For the UI thread.
 class MainWindow {
 public:
+    /// Throws `std::runtime_error` when the system makes no window.
     MainWindow();
     ~MainWindow();
     MainWindow(const MainWindow&) = delete;

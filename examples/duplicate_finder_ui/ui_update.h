@@ -11,7 +11,7 @@ namespace duplicate_finder {
 /// they like: the UI thread has time for input in between.
 ///
 ///     worker:     Request, Request, Request, ...
-///     timed job:  after 50 ms, queues one UI job
+///     timed job:  after 100 ms, queues one UI job
 ///     UI job:     shows whatever is new by then
 class UiUpdate : public std::enable_shared_from_this<UiUpdate> {
 public:

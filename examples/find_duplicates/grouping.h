@@ -14,16 +14,19 @@ namespace find_duplicates {
 std::vector<Candidate> FindCandidates(const Tree& tree, std::uint64_t minSize);
 
 /// Neighbours in the list of candidates, or all of them.
-struct CandidateRange {
-    CandidateRange(Candidate* first, Candidate* last) noexcept : first(first), last(last) {}
+class CandidateRange {
+public:
+    /// Up to the one before `end`.
+    CandidateRange(Candidate* begin, Candidate* end) noexcept : begin_(begin), end_(end) {}
     CandidateRange(std::vector<Candidate>& all) noexcept
         : CandidateRange(all.data(), all.data() + all.size()) {}
 
-    Candidate* begin() const noexcept { return first; }
-    Candidate* end() const noexcept { return last; }
+    Candidate* begin() const noexcept { return begin_; }
+    Candidate* end() const noexcept { return end_; }
 
-    Candidate* first;
-    Candidate* last; ///< the one behind the range
+private:
+    Candidate* begin_;
+    Candidate* end_;
 };
 
 /// Notes which candidates are names of one and the same file, as far as they have been opened.

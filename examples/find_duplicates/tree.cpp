@@ -45,7 +45,7 @@ void Add(const WIN32_FIND_DATAW& entry, std::uint32_t folder, Tree& tree) {
     }
 }
 
-void List(std::uint32_t folder, Tree& tree) {
+void List(std::uint32_t folder, Tree& tree, const std::function<void()>& onStep) {
     WIN32_FIND_DATAW entry{};
     HANDLE found =
         FindFirstFileExW((tree.folders[folder] + L"\\*").c_str(), FindExInfoBasic, &entry,
@@ -57,9 +57,13 @@ void List(std::uint32_t folder, Tree& tree) {
         return;
     }
     const std::unique_ptr<void, decltype(&FindClose)> closer(found, &FindClose);
-    do
+    constexpr std::size_t entriesOfAStep = 1000;
+    std::size_t entries = 0;
+    do {
         Add(entry, folder, tree);
-    while (FindNextFileW(found, &entry) != 0);
+        if (++entries % entriesOfAStep == 0)
+            onStep();
+    } while (FindNextFileW(found, &entry) != 0);
     const DWORD error = GetLastError();
     if (error != ERROR_NO_MORE_FILES)
         tree.unreadableFolders.push_back({tree.folders[folder], error});
@@ -67,12 +71,12 @@ void List(std::uint32_t folder, Tree& tree) {
 
 } // namespace
 
-void Walk(const std::wstring& root, Tree& tree, const std::function<void()>& onFolder) {
+void Walk(const std::wstring& root, Tree& tree, const std::function<void()>& onStep) {
     tree.folders.push_back(root);
     // Listing a folder appends the folders in it: the list is its own work list.
     for (std::size_t folder = tree.folders.size() - 1; folder < tree.folders.size(); ++folder) {
-        onFolder();
-        List(static_cast<std::uint32_t>(folder), tree);
+        onStep();
+        List(static_cast<std::uint32_t>(folder), tree, onStep);
     }
 }
 

@@ -38,7 +38,8 @@ struct Tree {
 };
 
 /// Adds everything below `root` (see `ResolveFolder`) to `tree`, without following links. Calls
-/// `onFolder` before each folder; when that throws, the tree holds what was found so far.
-void Walk(const std::wstring& root, Tree& tree, const std::function<void()>& onFolder);
+/// `onStep` before each folder, and now and then in a large one; when that throws, the tree holds
+/// what was found so far.
+void Walk(const std::wstring& root, Tree& tree, const std::function<void()>& onStep);
 
 } // namespace find_duplicates

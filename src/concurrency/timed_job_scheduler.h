@@ -19,7 +19,9 @@ public:
 
     TimedJobTicket Register(std::function<void(const TimedJobTicket&)> job,
                             std::chrono::milliseconds interval, bool repeat) override {
-        return jobs_->Register(std::move(job), interval, repeat);
+        // The callback may end this scheduler before the registration returns.
+        const std::shared_ptr<TimedJobs> jobs = jobs_;
+        return jobs->Register(std::move(job), interval, repeat);
     }
     bool Unregister(const TimedJobTicket& ticket) override {
         return ticket != nullptr && jobs_->Unregister(ticket->id);

@@ -3,6 +3,7 @@
 #include <kq/converter/utf8.h>
 
 #include "converter/code_page.h"
+#include "converter/utf16_text.h"
 
 namespace kq::converter {
 
@@ -15,10 +16,7 @@ std::string ConvertUcs2ToUtf8(const std::wstring& text) {
 }
 
 std::wstring ConvertUtf8ToUcs2(const std::string& text) {
-    return ConvertByCodePage<wchar_t>(
-        text.data(), text.size(), [](const char* input, int length, wchar_t* output, int capacity) {
-            return MultiByteToWideChar(CP_UTF8, 0, input, length, output, capacity);
-        });
+    return Utf16Text(text.data(), text.size());
 }
 
 } // namespace kq::converter

@@ -1,8 +1,8 @@
 // What is saved to a stream, as text.
 #pragma once
 
-#include <kq/converter/utf8.h>
-
+#include "converter/utf16_text.h"
+#include "xml/growing_stream.h"
 #include "xml/platform.h"
 #include "xml/require.h"
 
@@ -23,8 +23,7 @@ inline std::wstring ReadMemory(HGLOBAL memory, unsigned long long size) {
         HGLOBAL memory;
     } const unlock{memory};
     const auto length = std::min<unsigned long long>(size, GlobalSize(memory));
-    return converter::ConvertUtf8ToUcs2(
-        std::string(static_cast<const char*>(bytes), static_cast<std::size_t>(length)));
+    return converter::Utf16Text(static_cast<const char*>(bytes), static_cast<std::size_t>(length));
 }
 
 /// The platform's functions for streams in memory.
@@ -43,12 +42,13 @@ std::wstring ReadSavedText(Save save) {
     constexpr const char* memoryFailure = "Failed to get stream memory!";
     StreamPointer stream;
     Require(Streams::Create(&stream), "Failed to create stream!");
-    Require(save(*stream), "Failed to save XML stream!");
+    StreamPointer growing;
+    auto* const text = GrowingStream::Create(stream);
+    growing.Attach(text);
+    Require(save(*growing), "Failed to save XML stream!");
     HGLOBAL memory = nullptr;
     Require(Streams::GetMemory(stream, &memory), memoryFailure);
-    STATSTG state{};
-    Require(stream->Stat(&state, STATFLAG_NONAME), memoryFailure);
-    return ReadMemory(memory, state.cbSize.QuadPart);
+    return ReadMemory(memory, text->Size());
 }
 
 } // namespace kq::xml

@@ -5,6 +5,7 @@
 #include "support/load.h"
 #include "support/on_destruction.h"
 #include "support/seed.h"
+#include "support/stress_report.h"
 #include "support/test_threads.h"
 
 #include <gtest/gtest.h>
@@ -68,6 +69,8 @@ public:
         EXPECT_LE(normal_.Most(), normalLimit);
         EXPECT_LE(blocking_.Most(), blockingLimit);
     }
+
+    std::size_t JobCount() const { return jobs_.size(); }
 
 private:
     struct Entry {
@@ -177,8 +180,10 @@ private:
 };
 
 TEST(JobQueueStress, EveryJobRunsOrIsRemovedOnce) {
+    constexpr std::uint32_t rounds = 40;
     const std::uint32_t seed = kq_test::Seed();
-    for (std::uint32_t number = 0; number != 40; ++number) {
+    std::size_t jobs = 0;
+    for (std::uint32_t number = 0; number != rounds; ++number) {
         const std::size_t limit = 1 + number % 3;
         const unsigned int factor = 1 + number % 2;
         std::optional<Round> round;
@@ -195,7 +200,9 @@ TEST(JobQueueStress, EveryJobRunsOrIsRemovedOnce) {
         });
         round->Check(limit, limit * factor);
         ASSERT_FALSE(HasFailure()) << "round " << number;
+        jobs += round->JobCount();
     }
+    kq_test::ReportStress(rounds, jobs);
 }
 
 // Bursts with pauses in which the dispatchers go home: no job is forgotten between the last look of
@@ -205,7 +212,8 @@ TEST(JobQueueStress, NoJobIsForgottenWhileDispatchersComeAndGo) {
     const auto pool = std::make_shared<CThreadPool>(2);
     CJobQueue queue(pool, 1);
     Random random(seed, 0);
-    for (int i = 0; i != 20'000; ++i) {
+    constexpr int pairs = 20'000;
+    for (int i = 0; i != pairs; ++i) {
         const CJobTicket first = queue.Queue([] {});
         const CJobTicket second =
             random.OneIn(2) ? queue.Queue([] {}) : queue.Queue([] {}, after(first));
@@ -214,13 +222,16 @@ TEST(JobQueueStress, NoJobIsForgottenWhileDispatchersComeAndGo) {
         ASSERT_TRUE(second.Wait(30'000)) << "pair " << i;
         ASSERT_TRUE(first.Wait(30'000)) << "pair " << i;
     }
+    kq_test::ReportStress(pairs, 2 * pairs);
 }
 
 // Threads can be made half of the time only. Whoever gets a ticket waits for nothing in vain, as
 // long as submissions go on.
 TEST(JobQueueStress, AQueueWithoutReliableThreadsLosesNothing) {
     const std::uint32_t seed = kq_test::Seed();
-    for (std::uint32_t number = 0; number != 20; ++number) {
+    constexpr std::uint32_t rounds = 20;
+    std::uint64_t jobs = 0;
+    for (std::uint32_t number = 0; number != rounds; ++number) {
         std::mutex decisions;
         Random decide(seed, 1000 + number);
         kq_test::TestFactory factory([&](std::size_t) {
@@ -250,7 +261,9 @@ TEST(JobQueueStress, AQueueWithoutReliableThreadsLosesNothing) {
         });
         ASSERT_EQ(gone, queued) << "round " << number;
         ASSERT_LE(ran, queued) << "round " << number;
+        jobs += static_cast<std::uint64_t>(queued);
     }
+    kq_test::ReportStress(rounds, jobs);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "support/hand_shake.h"
 #include "support/seed.h"
+#include "support/stress_report.h"
 #include "support/test_threads.h"
 
 #include <gtest/gtest.h>
@@ -71,8 +72,10 @@ void StartAtRandom(CThreadPool& pool, Ledger& ledger, std::uint32_t seed, std::u
 }
 
 TEST(ThreadPoolStress, EveryStartedJobRunsOnce) {
+    constexpr std::uint32_t rounds = 12;
     const std::uint32_t seed = kq_test::Seed();
-    for (std::uint32_t round = 0; round != 12; ++round) {
+    std::size_t jobs = 0;
+    for (std::uint32_t round = 0; round != rounds; ++round) {
         Ledger ledger;
         ReturnsInTime("a round of starts", [&] {
             CThreadPool pool(1 + round % 3, std::chrono::duration<int>(0));
@@ -85,14 +88,18 @@ TEST(ThreadPoolStress, EveryStartedJobRunsOnce) {
         });
         for (const std::atomic<int>& runs : ledger.Runs())
             ASSERT_EQ(runs, 1) << "round " << round;
+        jobs += ledger.Runs().size();
     }
+    kq_test::ReportStress(rounds, jobs);
 }
 
 // A factory that fails half of the time: who got a ticket has his job run once, who got the
 // exception at most once.
 TEST(ThreadPoolStress, NobodyHangsWhileThreadsCannotAlwaysBeMade) {
+    constexpr std::uint32_t rounds = 12;
     const std::uint32_t seed = kq_test::Seed();
-    for (std::uint32_t round = 0; round != 12; ++round) {
+    std::size_t jobs = 0;
+    for (std::uint32_t round = 0; round != rounds; ++round) {
         Ledger ledger;
         std::mutex decisions;
         Random decide(seed, 1000 + round);
@@ -140,7 +147,9 @@ TEST(ThreadPoolStress, NobodyHangsWhileThreadsCannotAlwaysBeMade) {
             ASSERT_EQ(*runs, 1) << "round " << round;
         for (const std::atomic<int>& runs : ledger.Runs())
             ASSERT_LE(runs, 1) << "round " << round;
+        jobs += ledger.Runs().size();
     }
+    kq_test::ReportStress(rounds, jobs);
 }
 
 } // namespace

@@ -252,6 +252,28 @@ TEST_F(TimedLoops, ARegistrationDuringTheLateReturnOfAnotherDoesNotCountOnALoopT
     threadPool = loopPool;
 }
 
+// The call that makes the thread of the loop may return after the loop has ended.
+TEST_F(TimedLoops, ACallbackMayEndTheSchedulerBeforeItsRegistrationReturns) {
+    Event ended;
+    std::shared_ptr<CThreadPool> pool;
+    pool =
+        std::make_shared<CThreadPool>(1, [&, make = loopThreads.Function()](const Job& function) {
+            std::unique_ptr<CThread> thread = make(function);
+            ended.Wait("the end of the scheduler");
+            if (!kq_test::Eventually([&] { return pool->SpareThreadCount() == 1; }))
+                kq_test::FailHandShake("the end of the loop");
+            return thread;
+        });
+    threadPool = pool;
+    const TimedJobTicket ticket = Repeat(0ms, [&](const TimedJobTicket&) {
+        scheduler.reset();
+        ended.Set();
+    });
+    EXPECT_TRUE(ticket->repeat);
+    AwaitRuns();
+    threadPool = loopPool;
+}
+
 TEST_F(TimedLoops, SurvivesAnEmptiedJobQueue) {
     Counter once, repeated;
     const TimedJobTicket ticket = Once(100ms, Counting(once));

@@ -5,6 +5,7 @@
 #include "support/eventually.h"
 #include "support/hand_shake.h"
 #include "support/seed.h"
+#include "support/stress_report.h"
 
 #include <gtest/gtest.h>
 
@@ -130,11 +131,16 @@ TEST_F(TimedStress, NoJobOverlapsItselfAndNoneRunsAfterItWasUnregistered) {
                 EXPECT_LE(job->begun, job->begunWhenUnregistered + 1);
             }
         }
+    std::size_t count = 0;
+    for (const Jobs& ofThread : jobs)
+        count += ofThread.size();
+    kq_test::ReportStress(1, count);
 }
 
 TEST_F(TimedStress, WhenUnregisterHasReturnedAndTheRunsOnTheirWayAreOverNothingRuns) {
     Random random(kq_test::Seed(), 0);
-    for (int round = 0; round != 300; ++round) {
+    constexpr int rounds = 300;
+    for (int round = 0; round != rounds; ++round) {
         const std::shared_ptr<Watched> job = RegisterOne(random);
         for (std::uint32_t turn = random.Below(200); turn != 0; --turn)
             std::this_thread::yield();
@@ -146,6 +152,7 @@ TEST_F(TimedStress, WhenUnregisterHasReturnedAndTheRunsOnTheirWayAreOverNothingR
         EXPECT_LE(job->begun, job->begunWhenUnregistered + 1);
         EXPECT_FALSE(job->hasOverlapped);
     }
+    kq_test::ReportStress(rounds, rounds);
 }
 
 TEST_F(TimedStress, ARunDoesNotBeginAfterItsJobWasUnregisteredByTheRunBefore) {

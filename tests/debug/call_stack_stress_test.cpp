@@ -4,6 +4,7 @@
 #include "support/captured_stacks.h"
 #include "support/seed.h"
 #include "support/stack_entries.h"
+#include "support/stress_report.h"
 
 #include <gtest/gtest.h>
 
@@ -83,6 +84,7 @@ TEST(CallStackStress, EveryStackIsRightWhileModulesAndHandlersComeAndGo) {
         thread.join();
     EXPECT_EQ(wrong, 0);
     std::printf("%d stacks\n", taken.load());
+    kq_test::ReportStress(rounds, 0);
 }
 
 // The last handler goes again and again, and with it the symbol state.

@@ -1,6 +1,7 @@
 #include <kq/ioc/container.h>
 
 #include "support/seed.h"
+#include "support/stress_report.h"
 
 #include <gtest/gtest.h>
 
@@ -163,6 +164,7 @@ TEST(ContainerStress, ThreadsSeeOnlyWholeStates) {
         EXPECT_EQ(fixed[thread], users[thread].fixed);
         EXPECT_EQ(local[thread], users[thread].local);
     }
+    kq_test::ReportStress(rounds, 0);
 }
 
 TEST(ContainerStress, EachListIsRemovedByOneThread) {

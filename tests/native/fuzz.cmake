@@ -8,7 +8,7 @@ function(kq_fuzz name)
     set(target fuzz_${name})
     list(TRANSFORM arg_UNPARSED_ARGUMENTS PREPEND ${PROJECT_SOURCE_DIR}/src/)
     add_executable(${target} ${PROJECT_SOURCE_DIR}/tests/fuzz/${name}.cpp ${arg_UNPARSED_ARGUMENTS})
-    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests)
     target_compile_options(${target} PRIVATE ${arg_OPTIONS})
     target_link_options(${target} PRIVATE -fsanitize=fuzzer)
     target_link_libraries(${target} PRIVATE kq_platform ${arg_LIBRARIES})
@@ -22,6 +22,7 @@ endfunction()
 
 # With the wide characters of the library's own platform, of which these sources ask the system
 # nothing.
-kq_fuzz(hex converter/hex.cpp converter/hex_vectors.cpp OPTIONS -fshort-wchar)
-kq_fuzz(md5 converter/hex.cpp converter/hex_vectors.cpp converter/md5.cpp OPTIONS -fshort-wchar LIBRARIES kq_bcrypt)
+set(hex converter/hex.cpp converter/hex_vectors.cpp)
+kq_fuzz(hex ${hex} OPTIONS -fshort-wchar)
+kq_fuzz(md5 ${hex} converter/md5.cpp OPTIONS -fshort-wchar LIBRARIES kq_bcrypt)
 kq_fuzz(string_cast converter/string_cast.cpp)

@@ -4,6 +4,8 @@
 #include "process/process_level.h"
 #include "process/scenario.h"
 
+#include <cstddef>
+
 using scenario::Close;
 
 namespace {
@@ -24,8 +26,9 @@ SCENARIO(loads_and_unloads_leave_nothing_behind) {
     Close();
 }
 
-SCENARIO(loads_and_unloads_with_work_leave_nothing_behind) {
+SCENARIO(a_thousand_loads_and_unloads_with_work_leave_nothing_behind) {
+    constexpr std::size_t rounds = 1'000;
     KeepSystemLibraries();
-    CHECK(LeavesNothingBehind(LiveWithWork));
+    CHECK(LeavesNothingBehind(LiveWithWork, rounds));
     Close();
 }

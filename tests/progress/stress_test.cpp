@@ -6,6 +6,7 @@
 #include "support/hand_shake.h"
 #include "support/progress_watch.h"
 #include "support/seed.h"
+#include "support/stress_report.h"
 
 #include <gtest/gtest.h>
 
@@ -188,6 +189,7 @@ TEST(ProgressStress, ATreeOfAttachedRootsEndsConsistently) {
     }
     EXPECT_GT(cancelled, 0);
     EXPECT_LT(cancelled, 40);
+    kq_test::ReportStress(40, 0);
 }
 
 } // namespace

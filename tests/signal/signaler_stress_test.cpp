@@ -5,6 +5,7 @@
 #include "support/hand_shake.h"
 #include "support/on_destruction.h"
 #include "support/seed.h"
+#include "support/stress_report.h"
 
 #include <gtest/gtest.h>
 
@@ -96,6 +97,7 @@ void StressOf(Signaler& signaler) {
     const int calls = counts.calls;
     signaler.Emit(0);
     EXPECT_EQ(counts.calls, calls);
+    kq_test::ReportStress(1, 0);
 }
 
 TEST(SignalerStress, SinksComeAndGoWhileOthersEmit) {
@@ -141,6 +143,7 @@ TEST(SignalerStress, ASinkThatStaysHearsEveryEmissionOnce) {
     });
     EXPECT_EQ(heardByFirst, 2 * emissions);
     EXPECT_EQ(heardByMiddle, 2 * emissions);
+    kq_test::ReportStress(1, 0);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
-// The main program of every test: runs GoogleTest and prints the closing line by which a run
-// counts.
+// The main program of every test: runs GoogleTest, holds the tests to leaving nothing behind, and
+// prints the closing line by which a run counts.
 #include "support/hang_guard.h"
+#include "support/leftovers.h"
 
 #include <windows.h>
 
@@ -44,8 +45,9 @@ int main(int argc, char** argv) {
     kq_test::StartHangGuard(secondsUntilHang);
     const int result = RUN_ALL_TESTS();
     const int passed = testing::UnitTest::GetInstance()->successful_test_count();
-    if (result == 0)
+    const bool isGood = result == 0 && kq_test::LeaveNothingBehind();
+    if (isGood)
         std::printf("kq tests: all %d passed\n", passed);
     std::fflush(stdout);
-    return result;
+    return isGood ? 0 : 1;
 }

@@ -2,6 +2,9 @@
 // does, and ends with "drive: all is well".
 #include "scenarios.h"
 
+#include <fcntl.h>
+#include <io.h>
+
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -10,6 +13,7 @@
 int wmain(int count, wchar_t** arguments) {
     if (count < 3)
         return 96;
+    _setmode(_fileno(stdout), _O_BINARY); // a script reads it
     const std::wstring program = arguments[1];
     const std::wstring name = arguments[2];
     const std::vector<std::wstring> rest(arguments + 3, arguments + count);

@@ -2,8 +2,10 @@
 #include "finder_program.h"
 #include "resource.h"
 #include "scenarios.h"
+#include "support/file_bytes.h"
 
 #include <cstdio>
+#include <string>
 
 namespace {
 
@@ -21,7 +23,8 @@ std::string Utf8(const std::wstring& text) {
 }
 
 /// The lines of one group: its number, the number of the copy and the path, with tabs between.
-void WriteCopies(std::FILE* file, int group, const DrivenList& copies) {
+std::string ListingOf(int group, const DrivenList& copies) {
+    std::string listing;
     int copy = 0;
     for (int row = 0; row != copies.Count(); ++row) {
         std::wstring name = copies.Text(row, nameColumn);
@@ -30,9 +33,10 @@ void WriteCopies(std::FILE* file, int group, const DrivenList& copies) {
             name.erase(0, 2);
         else
             ++copy;
-        const std::wstring path = copies.Text(row, folderColumn) + L'\\' + name;
-        std::fprintf(file, "%d\t%d\t%s\n", group + 1, copy, Utf8(path).c_str());
+        listing += std::to_string(group + 1) + '\t' + std::to_string(copy) + '\t' +
+                   Utf8(copies.Text(row, folderColumn) + L'\\' + name) + '\n';
     }
+    return listing;
 }
 
 } // namespace
@@ -43,17 +47,15 @@ void Find(const std::wstring& program, const Arguments& arguments) {
     finder.AwaitEnd();
     const DrivenList groups(finder.Window().Control(IDC_GROUPS), finder.Process());
     const DrivenList copies(finder.Window().Control(IDC_COPIES), finder.Process());
-    std::FILE* const file = _wfopen(arguments[1].c_str(), L"wb");
-    if (file == nullptr)
-        Fail("cannot write the listing");
+    std::string listing;
     for (int row = 0; row != groups.Count(); ++row) {
         groups.Select(row);
         if (copies.Text(0, nameColumn) != groups.Text(row, nameColumn) ||
             copies.Text(0, folderColumn) != groups.Text(row, folderColumn))
             Fail("the copies are not those of the selected group");
-        WriteCopies(file, row, copies);
+        listing += ListingOf(row, copies);
     }
-    std::fclose(file);
+    kq_test::WriteBytes(arguments[1], listing);
     finder.Close();
 }
 
@@ -67,8 +69,8 @@ void Pose(const std::wstring& program, const Arguments& arguments) {
             break;
         }
     }
-    SetFocus(nullptr);
-    Send(finder.Window().Handle(), WM_NULL);
+    finder.Window().PressMnemonic(L'g'); // the selected row looks best with the focus
+    finder.Window().AwaitFocus(IDC_GROUPS);
     RedrawWindow(finder.Window().Handle(), nullptr, nullptr, RDW_ALLCHILDREN | RDW_UPDATENOW);
     RECT place{};
     GetWindowRect(finder.Window().Handle(), &place);

@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr int fileName = 0x480; // edt1 of the system's dialogs
+
 struct Titled {
     std::wstring part;
     HWND found;
@@ -24,12 +26,30 @@ BOOL CALLBACK LookForTitle(HWND window, LPARAM parameter) {
 
 } // namespace
 
+void Browse(const std::wstring& program, const Arguments& arguments) {
+    FinderProgram finder(program);
+    const DrivenWindow& window = finder.Window();
+    window.Press(IDC_BROWSE);
+    const DrivenWindow refused = DrivenWindow::Await(finder.Id(), L"#32770");
+    refused.Type(fileName, arguments[0]);
+    refused.Press(IDCANCEL);
+    WaitUntil("the dialog is closed", [&] { return !IsWindow(refused.Handle()); });
+    if (!window.Text(IDC_FOLDER).empty())
+        Fail("a folder is chosen by cancelling");
+
+    window.Press(IDC_BROWSE);
+    const DrivenWindow dialog = DrivenWindow::Await(finder.Id(), L"#32770");
+    dialog.Type(fileName, arguments[0]);
+    dialog.Press(IDOK);
+    window.AwaitText(IDC_FOLDER, arguments[0]);
+    finder.Close();
+}
+
 void SaveReport(const std::wstring& program, const Arguments& arguments) {
     FinderProgram finder(program, arguments[0]);
     finder.AwaitEnd();
     finder.Window().Press(IDC_SAVE);
     const DrivenWindow dialog = DrivenWindow::Await(finder.Id(), L"#32770");
-    constexpr int fileName = 0x480; // edt1 of the system's dialogs
     dialog.Type(fileName, arguments[1]);
     dialog.Press(IDOK);
     finder.Window().AwaitText(IDC_SUMMARY, L"Saved as");

@@ -13,6 +13,8 @@ struct Scenario {
 
 /// FOLDER LISTING: searches, and writes what the lists show as the console program's --tsv does.
 void Find(const std::wstring& program, const Arguments& arguments);
+/// FOLDER: chooses the folder in the system's dialog.
+void Browse(const std::wstring& program, const Arguments& arguments);
 /// FOLDER REPORT: searches, and saves the report.
 void SaveReport(const std::wstring& program, const Arguments& arguments);
 /// FOLDER FILE: searches while FILE cannot be read, and looks at the details.
@@ -32,7 +34,14 @@ void CloseInTheMiddle(const std::wstring& program, const Arguments& arguments);
 void Pose(const std::wstring& program, const Arguments& arguments);
 
 constexpr Scenario scenarios[] = {
-    {L"find", Find},           {L"save", SaveReport},        {L"errors", ShowErrors},
-    {L"open", OpenFolder},     {L"keyboard", UseKeyboard},   {L"resolution", ChangeResolution},
-    {L"interrupt", Interrupt}, {L"close", CloseInTheMiddle}, {L"pose", Pose},
+    {L"find", Find},
+    {L"browse", Browse},
+    {L"save", SaveReport},
+    {L"errors", ShowErrors},
+    {L"open", OpenFolder},
+    {L"keyboard", UseKeyboard},
+    {L"resolution", ChangeResolution},
+    {L"interrupt", Interrupt},
+    {L"close", CloseInTheMiddle},
+    {L"pose", Pose},
 };
