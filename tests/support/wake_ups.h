@@ -42,11 +42,13 @@ void ForEachImport(Visit visit) {
         const auto* name =
             reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
         auto* address = reinterpret_cast<WakeFunction*>(base + library->FirstThunk);
+        // NOLINTBEGIN(cppcoreguidelines-pro-type-union-access): the records are the loader's
         for (; name->u1.AddressOfData != 0; ++name, ++address)
             if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal))
                 visit(reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData)
                           ->Name,
                       *address);
+        // NOLINTEND(cppcoreguidelines-pro-type-union-access)
     }
 }
 
