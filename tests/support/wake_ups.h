@@ -36,20 +36,20 @@ void ForEachImport(Visit visit) {
     const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
     const IMAGE_DATA_DIRECTORY& imports =
         headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    // NOLINTBEGIN(cppcoreguidelines-pro-type-union-access): the records are the loader's
     for (const auto* library =
              reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
          library->FirstThunk != 0; ++library) {
         const auto* name =
             reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
         auto* address = reinterpret_cast<WakeFunction*>(base + library->FirstThunk);
-        // NOLINTBEGIN(cppcoreguidelines-pro-type-union-access): the records are the loader's
         for (; name->u1.AddressOfData != 0; ++name, ++address)
             if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal))
                 visit(reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData)
                           ->Name,
                       *address);
-        // NOLINTEND(cppcoreguidelines-pro-type-union-access)
     }
+    // NOLINTEND(cppcoreguidelines-pro-type-union-access)
 }
 
 /// From now on wake-ups are counted; to be called while no other thread wakes any. Returns whether
