@@ -349,7 +349,8 @@ void Documents(const char* name, std::size_t size) {
         rawName, [&] { return PerNode(count, [&] { return BuildFromParentsRaw(count); }); });
 
     Measure({&loadFile, &loadText, &saveFile, &saveOver, &saveText, &select, &read, &edit, &build,
-             &fromParents});
+             &fromParents},
+            size > 5'000'000 ? 3 : 5);
     for (Row* const row : {&loadFile, &loadText, &saveFile})
         row->AimAtMostTimes(1.05);
     saveText.AimAtMostTimes(1.2);

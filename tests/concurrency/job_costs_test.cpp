@@ -101,7 +101,7 @@ TEST_F(JobCosts, OfAChainOfJobs) {
         for (std::size_t i = 0; i != jobCount; ++i)
             Queue([&runs] { ++runs; }, after(tickets_.back()));
     });
-    EXPECT_LT(costs.locks, 5.1);
+    EXPECT_LT(costs.locks, 3.1);
     EXPECT_LT(costs.wakeUps, 0.01);
     EXPECT_EQ(runs, jobCount);
 }
@@ -112,7 +112,7 @@ TEST_F(JobCosts, OfAJobThatDependsOnManyOthers) {
             Queue([] {});
         Queue([] {}, dependsOn(tickets_));
     });
-    EXPECT_LT(costs.locks, 5.1);
+    EXPECT_LT(costs.locks, 3.1);
     EXPECT_LT(costs.wakeUps, 0.01);
 }
 

@@ -36,6 +36,7 @@ void ForEachImport(Visit visit) {
     const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
     const IMAGE_DATA_DIRECTORY& imports =
         headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    // NOLINTBEGIN(cppcoreguidelines-pro-type-union-access): the records are the loader's
     for (const auto* library =
              reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
          library->FirstThunk != 0; ++library) {
@@ -48,6 +49,7 @@ void ForEachImport(Visit visit) {
                           ->Name,
                       *address);
     }
+    // NOLINTEND(cppcoreguidelines-pro-type-union-access)
 }
 
 /// From now on wake-ups are counted; to be called while no other thread wakes any. Returns whether
