@@ -83,7 +83,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const kq::com::ComUsage com;
     const std::string all(data, data + size);
     const std::size_t zero = all.find('\0');
-    const auto document = Parse(kq::converter::ConvertUtf8ToUcs2(all.substr(0, zero)));
+    const std::wstring text = kq::converter::ConvertUtf8ToUcs2(all.substr(0, zero));
+    const auto document = Parse(text);
     if (!document)
         return 0;
     const std::size_t count = Walk(**document);
@@ -91,11 +92,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         Select(**document, kq::converter::ConvertUtf8ToUcs2(all.substr(zero + 1)));
     const std::wstring saved = (*document)->SaveText();
     const auto again = Parse(saved);
-    Require(again.has_value(), "what was saved is read");
-    const std::size_t countAgain = Walk(**again);
-    const std::wstring savedAgain = (*again)->SaveText();
-    // Platforms that take prefixes that are not declared lose one each time.
-    if (saved.find(L':') == std::wstring::npos) {
+    const std::size_t countAgain = again ? Walk(**again) : 0;
+    const std::wstring savedAgain = again ? (*again)->SaveText() : std::wstring();
+    // Platforms that take prefixes that are not declared lose them when they save, and attributes
+    // that differed in nothing else then have one name.
+    if (text.find(L':') == std::wstring::npos) {
+        Require(again.has_value(), "what was saved is read");
         Require(savedAgain == saved, "what was read is saved as before");
         Require(countAgain == count, "as many nodes as before");
     }
