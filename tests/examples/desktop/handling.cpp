@@ -18,7 +18,8 @@ BOOL CALLBACK LookForTitle(HWND window, LPARAM parameter) {
     Titled& titled = *reinterpret_cast<Titled*>(parameter);
     wchar_t title[400] = L"";
     GetWindowTextW(window, title, 400);
-    if (!IsWindowVisible(window) || std::wstring(title).find(titled.part) == std::wstring::npos)
+    if (IsWindowVisible(window) == FALSE ||
+        std::wstring(title).find(titled.part) == std::wstring::npos)
         return TRUE;
     titled.found = window;
     return FALSE;
@@ -33,7 +34,7 @@ void Browse(const std::wstring& program, const Arguments& arguments) {
     const DrivenWindow refused = DrivenWindow::Await(finder.Id(), L"#32770");
     refused.Type(fileName, arguments[0]);
     refused.Press(IDCANCEL);
-    WaitUntil("the dialog is closed", [&] { return !IsWindow(refused.Handle()); });
+    WaitUntil("the dialog is closed", [&] { return IsWindow(refused.Handle()) == FALSE; });
     if (!window.Text(IDC_FOLDER).empty())
         Fail("a folder is chosen by cancelling");
 
@@ -69,7 +70,7 @@ void ShowErrors(const std::wstring& program, const Arguments& arguments) {
     const DrivenWindow details = DrivenWindow::Await(finder.Id(), L"#32770", L"Errors");
     details.AwaitText(IDC_PROBLEM_LIST, L"cannot read (Sharing violation): " + arguments[1]);
     details.Press(IDOK);
-    WaitUntil("the details are closed", [&] { return !IsWindow(details.Handle()); });
+    WaitUntil("the details are closed", [&] { return IsWindow(details.Handle()) == FALSE; });
 
     // A folder that is not there is an error too.
     finder.Search(arguments[0] + L"\\nowhere");
@@ -142,7 +143,7 @@ void ChangeResolution(const std::wstring& program, const Arguments&) {
              suggested.Address());
         RECT now{};
         GetWindowRect(window.Handle(), &now);
-        if (!EqualRect(&now, &place))
+        if (EqualRect(&now, &place) == FALSE)
             Fail("the window is not where the system wants it");
         const RECT start = window.Place(IDOK);
         const RECT open = window.Place(IDC_OPEN);
