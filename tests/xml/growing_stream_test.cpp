@@ -29,7 +29,7 @@ protected:
         HGLOBAL memory = nullptr;
         EXPECT_EQ(GetHGlobalFromStream(memory_, &memory), S_OK);
         const auto* const bytes = static_cast<const char*>(GlobalLock(memory));
-        const std::string text(bytes, static_cast<std::size_t>(stream_->Size()));
+        std::string text(bytes, static_cast<std::size_t>(stream_->Size()));
         GlobalUnlock(memory);
         return text;
     }
