@@ -41,9 +41,12 @@ void* StartProcess(const std::vector<std::wstring>& command, void* errorOutput,
     startup.hStdError = errorOutput;
     PROCESS_INFORMATION process{};
     std::wstring line = Quoted(command);
-    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, creationFlags, nullptr,
-                        nullptr, &startup, &process))
-        FailHere("cannot start the program");
+    // Under Wine a new process dies once in a thousand times before it has loaded its program.
+    for (int attempt = 1; CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE,
+                                         creationFlags, nullptr, nullptr, &startup, &process) == 0;
+         ++attempt)
+        if (GetLastError() != ERROR_INTERNAL_ERROR || attempt == 3)
+            FailHere("cannot start the program");
     CloseHandle(process.hThread);
     EndWithUs(process.hProcess);
     id = process.dwProcessId;
