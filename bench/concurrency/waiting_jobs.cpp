@@ -133,8 +133,8 @@ void IdleWaiters() {
     ReportFigure("The slow-down by 100,000 that wait", "times", Ratio(row.CostOf(1), row.CostOf(0)),
                  1.03);
 
-    constexpr int windows = 5;
-    constexpr auto window = std::chrono::milliseconds(500);
+    constexpr int windows = 3;
+    constexpr auto window = std::chrono::seconds(2);
     const Waiters waiters(waiting);
     Series percent;
     for (int i = 0; i != windows; ++i) {
