@@ -21,10 +21,15 @@ void Drain(CJobQueue& queue, CUIJobQueueImpl* uiQueue) {
     CJobQueueImpl& lanes = CJobQueueImpl::Of(queue);
     if (lanes.IsIdle())
         return;
-    if (uiQueue != nullptr)
-        ServeUIDuring([&lanes] { lanes.Drain(); }, *uiQueue);
-    else
+    if (uiQueue == nullptr) {
         lanes.Drain();
+    } else if (uiQueue->Window() == nullptr) {
+        // Its jobs will never run, and others may wait for them.
+        uiQueue->Finish();
+        lanes.Drain();
+    } else {
+        ServeUIDuring([&lanes] { lanes.Drain(); }, *uiQueue);
+    }
 }
 
 } // namespace

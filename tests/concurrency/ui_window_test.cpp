@@ -4,6 +4,7 @@
 #include "support/hand_shake.h"
 #include "support/ui_messages.h"
 #include "support/ui_windows.h"
+#include "support/window_refusal.h"
 
 #include <windows.h>
 
@@ -24,26 +25,9 @@ using kq_test::ReturnsInTime;
 using kq_test::uiWindowClass;
 using kq_test::UIWindows;
 using kq_test::wakeMessage;
+using kq_test::WindowRefusal;
 
 namespace {
-
-// Has the calling thread's windows refused, both to be made and to be destroyed, while it lives.
-class WindowRefusal {
-public:
-    WindowRefusal() : hook_(SetWindowsHookExW(WH_CBT, Refuse, nullptr, GetCurrentThreadId())) {}
-    ~WindowRefusal() { UnhookWindowsHookEx(hook_); }
-    WindowRefusal(const WindowRefusal&) = delete;
-    WindowRefusal& operator=(const WindowRefusal&) = delete;
-
-private:
-    static LRESULT CALLBACK Refuse(int code, WPARAM wParam, LPARAM lParam) {
-        if (code == HCBT_CREATEWND || code == HCBT_DESTROYWND)
-            return 1;
-        return CallNextHookEx(nullptr, code, wParam, lParam);
-    }
-
-    HHOOK hook_;
-};
 
 bool IsClassRegistered() {
     WNDCLASSW description{};

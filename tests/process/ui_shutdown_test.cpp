@@ -7,6 +7,7 @@
 #include <process/services.h>
 #include <support/ui_messages.h>
 #include <support/ui_windows.h>
+#include <support/window_refusal.h>
 
 #include <windows.h>
 
@@ -130,6 +131,35 @@ SCENARIO(shutdown_removes_the_ui_jobs_that_cannot_start) {
     for (std::thread& waiter : waiters)
         waiter.join();
     CHECK(ran == 0);
+    Close();
+}
+
+// UI jobs never run then, and nobody may wait for them.
+SCENARIO(shutdown_without_a_window_removes_the_ui_jobs) {
+    kq::Shutdown();
+    {
+        const kq_test::WindowRefusal refused;
+        kq::Startup();
+    }
+    CHECK(UIWindows().empty());
+    std::atomic<bool> ranAfter{false};
+    std::atomic<bool> ranDependent{false};
+    const Flag begun;
+    const CJobTicket running = jobQueue->Queue([begun, queue = jobQueue.GetShared()] {
+        begun.Set();
+        AwaitShutdown();
+        queue->Queue([] {}, inUI).Wait();
+    });
+    begun.Wait();
+    const CJobTicket ui = jobQueue->Queue([] {}, inUIAsync);
+    const CJobTicket behind = jobQueue->Queue([&ranAfter] { ranAfter = true; }, after(ui));
+    const CJobTicket dependent =
+        jobQueue->Queue([&ranDependent] { ranDependent = true; }, dependsOn(ui) & isBlocking);
+    kq::Shutdown();
+    CHECK(ranAfter);
+    CHECK(!ranDependent);
+    for (const CJobTicket& ticket : {running, ui, behind, dependent})
+        CHECK(IsFinished(ticket));
     Close();
 }
 
