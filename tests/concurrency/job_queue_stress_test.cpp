@@ -212,8 +212,8 @@ TEST(JobQueueStress, NoJobIsForgottenWhileDispatchersComeAndGo) {
     const auto pool = std::make_shared<CThreadPool>(2);
     CJobQueue queue(pool, 1);
     Random random(seed, 0);
-    constexpr int pairs = 20'000;
-    for (int i = 0; i != pairs; ++i) {
+    constexpr std::uint64_t pairs = 20'000;
+    for (std::uint64_t i = 0; i != pairs; ++i) {
         const CJobTicket first = queue.Queue([] {});
         const CJobTicket second =
             random.OneIn(2) ? queue.Queue([] {}) : queue.Queue([] {}, after(first));
