@@ -18,7 +18,6 @@
 #include <vector>
 
 using namespace kq::concurrency;
-using kq_test::Event;
 using kq_test::IsWaiting;
 using kq_test::NewUIWindow;
 using kq_test::ReturnsInTime;

@@ -24,7 +24,7 @@ constexpr unsigned long limitMilliseconds = 30'000;
 
 /// A pool or a queue with what became of the jobs that it was given.
 struct Jobs {
-    explicit Jobs(ThreadFactory factory = {})
+    explicit Jobs(const ThreadFactory& factory = {})
         : pool(std::make_shared<CThreadPool>(1, std::chrono::duration<int>(0), factory)),
           queue(pool, 2) {}
 

@@ -123,10 +123,12 @@ TEST(ShutdownStress, WhateverIsInUseMayBeShutDown) {
     for (std::uint32_t round = 0; round != rounds; ++round) {
         Counter steps;
         std::vector<User> users;
+        users.reserve(threadCount);
         for (std::uint32_t thread = 0; thread != threadCount; ++thread)
             users.emplace_back(seed, round * threadCount + thread, steps);
         RegisterTimedJobs(random);
         std::vector<std::thread> threads;
+        threads.reserve(users.size());
         for (User& user : users)
             threads.emplace_back([&user] { user.Run(); });
         steps.WaitFor(random.Below(400), "steps of users");

@@ -23,8 +23,8 @@ bool MakeCommand(wchar_t (&command)[2 * MAX_PATH], DWORD reporter) noexcept {
     if (name == nullptr)
         return false;
     *name = L'\0';
-    return std::swprintf(command, 2 * MAX_PATH, L"\"%ls\\kq_hang_report.exe\" %lu %lu", program,
-                         GetCurrentProcessId(), reporter) > 0;
+    return std::swprintf(command, std::size_t{2} * MAX_PATH, L"\"%ls\\kq_hang_report.exe\" %lu %lu",
+                         program, GetCurrentProcessId(), reporter) > 0;
 }
 
 /// `reporter` is a thread that is left out; 0: none.
