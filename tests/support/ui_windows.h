@@ -4,22 +4,37 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
+#include <string_view>
 #include <vector>
 
 namespace kq_test {
 
 inline constexpr const wchar_t* uiWindowClass = L"kq::concurrency::CUIJobQueue";
 
-/// Those of this process; message-only windows of other processes are found too and left out.
+/// Those of this process. Other processes have message-only windows too, which come and go meanwhile:
+/// a walk from window to window would lose its way, so this goes by one list of the children of their
+/// common parent, which has no name of its own.
 inline std::vector<HWND> UIWindows() {
-    std::vector<HWND> windows;
-    HWND window = nullptr;
-    while ((window = FindWindowExW(HWND_MESSAGE, window, uiWindowClass, nullptr)) != nullptr) {
-        DWORD process = 0;
-        GetWindowThreadProcessId(window, &process);
-        if (process == GetCurrentProcessId())
-            windows.push_back(window);
+    HWND root = nullptr;
+    while (root == nullptr) {
+        const HWND any = FindWindowExW(HWND_MESSAGE, nullptr, nullptr, nullptr);
+        if (any == nullptr)
+            return {};
+        root = GetAncestor(any, GA_PARENT);
     }
+    std::vector<HWND> windows;
+    const auto addOurs = [](HWND window, LPARAM list) -> BOOL {
+        DWORD process = 0;
+        std::array<wchar_t, 64> name{};
+        GetWindowThreadProcessId(window, &process);
+        if (process == GetCurrentProcessId() &&
+            GetClassNameW(window, name.data(), static_cast<int>(name.size())) != 0 &&
+            std::wstring_view(name.data()) == uiWindowClass)
+            reinterpret_cast<std::vector<HWND>*>(list)->push_back(window);
+        return TRUE;
+    };
+    EnumChildWindows(root, addOurs, reinterpret_cast<LPARAM>(&windows));
     return windows;
 }
 
