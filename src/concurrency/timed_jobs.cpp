@@ -45,9 +45,28 @@ void Withdraw(CJobQueue& queue, const CJobTicket& ticket) noexcept {
 } // namespace
 
 struct TimedJobs::Registration {
+    enum class Phase { Waiting, Begun, Cancelled };
+
     std::int32_t id = 0;
     std::function<void(const TimedJobTicket&)> callback;
-    std::atomic<bool> isCancelled{false};
+    /// Of the next run or the present one. Who unregisters and a run that begins decide here which
+    /// of them came first, because a run may begin, and end, before the loop knows that it is
+    /// queued.
+    std::atomic<Phase> phase{Phase::Waiting};
+
+    bool Begin() noexcept {
+        Phase waiting = Phase::Waiting;
+        return phase.compare_exchange_strong(waiting, Phase::Begun);
+    }
+    /// Returns false when it is too late: the only run has begun.
+    bool Cancel(bool repeats) noexcept {
+        if (repeats) {
+            phase = Phase::Cancelled;
+            return true;
+        }
+        Phase waiting = Phase::Waiting;
+        return phase.compare_exchange_strong(waiting, Phase::Cancelled);
+    }
 };
 
 /// One run, alive as long as its job has not ended.
@@ -55,7 +74,7 @@ struct TimedJobs::Run {
     std::shared_ptr<Registration> registration;
 
     void operator()() const {
-        if (!registration->isCancelled)
+        if (registration->Begin())
             registration->callback(
                 std::make_shared<TimedJobState>(TimedJobState{registration->id, false}));
     }
@@ -157,8 +176,9 @@ bool TimedJobs::Unregister(std::int32_t id) {
         const auto entry = entries_.find(id);
         if (entry == entries_.end())
             return false;
+        if (!entry->second.registration->Cancel(entry->second.repeat))
+            return false;
         removed = Extract(entry);
-        removed.mapped().registration->isCancelled = true;
         Reschedule(clock_.Now());
     }
     if (removed.mapped().ticket.State() == nullptr)
@@ -172,7 +192,7 @@ bool TimedJobs::Unregister(std::int32_t id) {
 bool TimedJobs::IsIdle(std::int32_t id) {
     const thread::lock_guard guard(mutex_);
     const auto entry = entries_.find(id);
-    return entry != entries_.end() && !entry->second.IsRunning();
+    return entry != entries_.end() && !entry->second.IsRunning() && !entry->second.IsOver();
 }
 
 void TimedJobs::Close() {
@@ -185,6 +205,11 @@ void TimedJobs::Close() {
 
 bool TimedJobs::Entry::IsRunning() const noexcept {
     return !run.expired() || (ticket.State() != nullptr && !ticket.State()->IsFinished());
+}
+
+// The loop has not come to taking it off the list.
+bool TimedJobs::Entry::IsOver() const noexcept {
+    return !repeat && registration->phase == Registration::Phase::Begun;
 }
 
 void TimedJobs::RunLoop(Loop& loop) noexcept {
@@ -258,6 +283,7 @@ bool TimedJobs::QueueRun(Entries::value_type& due, TimePoint now) noexcept {
     try {
         auto run = std::make_shared<Run>(Run{registration});
         due.second.run = queuedRun = run;
+        registration->phase = Registration::Phase::Waiting;
         const thread::unlock_guard released(mutex_);
         queue = jobQueue.GetShared();
         Job job([run = std::move(run)] { (*run)(); });
@@ -266,7 +292,8 @@ bool TimedJobs::QueueRun(Entries::value_type& due, TimePoint now) noexcept {
     } catch (...) {
         // A queue that found no thread has kept the run all the same, and then it is alive.
     }
-    const bool isQueued = ticket.State() != nullptr || !queuedRun.expired();
+    const bool isQueued = ticket.State() != nullptr || !queuedRun.expired() ||
+                          registration->phase == Registration::Phase::Begun;
     Entries::node_type ended;
     if (const auto entry = entries_.find(id); entry != entries_.end()) {
         entry->second.ticket = ticket;
@@ -281,7 +308,7 @@ bool TimedJobs::QueueRun(Entries::value_type& due, TimePoint now) noexcept {
     }
     const thread::unlock_guard released(mutex_);
     // By somebody who could not know this ticket.
-    if (registration->isCancelled && queue != nullptr)
+    if (registration->phase == Registration::Phase::Cancelled && queue != nullptr)
         Withdraw(*queue, ticket);
     registration.reset();
     queue.reset();

@@ -60,6 +60,7 @@ private:
         std::weak_ptr<Run> run; ///< the last run, until it has ended
 
         bool IsRunning() const noexcept;
+        bool IsOver() const noexcept;
         /// What the time to wait for this one is, less the time of the clock.
         Nanoseconds Lead() const noexcept { return interval - lastRun.time_since_epoch(); }
         friend bool operator<(const Entry& left, const Entry& right) noexcept {

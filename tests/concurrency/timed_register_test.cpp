@@ -228,28 +228,6 @@ TEST_F(TimedRegister, ARunOutlivesTheSchedulerThatEndsWhileItIsQueued) {
     jobQueue.Reset();
 }
 
-TEST_F(TimedRegister, ARunIsCancelledThatIsUnregisteredWhileItIsQueued) {
-    TimedJobTicket ticket;
-    Event mayBegin;
-    const auto pool = std::make_shared<CThreadPool>(1, [&](const Job& function) {
-        EXPECT_TRUE(scheduler->Unregister(ticket));
-        return std::make_unique<kq_test::StandardThread>([&mayBegin, function] {
-            mayBegin.Wait();
-            function();
-        });
-    });
-    jobQueue = std::make_shared<CJobQueue>(pool, 1);
-    Counter runs;
-    ticket = Repeat(100ms, Counting(runs));
-    AwaitSleepUntil(100ms);
-    clock.Advance(100ms);
-    AwaitNoLoop();
-    mayBegin.Set();
-    AwaitRuns();
-    EXPECT_EQ(runs.Value(), 0u);
-    jobQueue.Reset();
-}
-
 TEST_F(TimedRegister, FailingRunsDoNotEndTheRepetition) {
     Counter runs;
     const TimedJobTicket ticket = Repeat(100ms, [&](const TimedJobTicket&) {
