@@ -1,4 +1,4 @@
-# cmake -D... -P run.cmake: installs the library, builds the host project beside this file against
+# cmake -D... -P run.cmake: installs the library, builds the project of host/ against
 # what was installed, and runs the host. Everything happens in FOLDER, which is emptied first, so that
 # nothing of an earlier installation can help.
 #
@@ -26,7 +26,7 @@ foreach(path IN LISTS headers symbols)
     endif()
 endforeach()
 
-execute_process(COMMAND ${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${FOLDER}/host
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR}/host -B ${FOLDER}/host
     -G ${GENERATOR} --toolchain ${TOOLCHAIN} -DCMAKE_BUILD_TYPE=${BUILD_TYPE}
     "-DCMAKE_PREFIX_PATH=${FOLDER}/prefix;${PREFIX_PATH}"
     "-DCMAKE_FIND_ROOT_PATH=${FOLDER}/prefix;${FIND_ROOT_PATH}"

@@ -12,9 +12,9 @@ namespace kq_test {
 
 inline constexpr const wchar_t* uiWindowClass = L"kq::concurrency::CUIJobQueue";
 
-/// Those of this process. Other processes have message-only windows too, which come and go meanwhile:
-/// a walk from window to window would lose its way, so this goes by one list of the children of their
-/// common parent, which has no name of its own.
+/// Those of this process. Other processes have message-only windows too, which come and go
+/// meanwhile: a walk from window to window would lose its way, so this goes by one list of the
+/// children of their common parent, which has no name of its own.
 inline std::vector<HWND> UIWindows() {
     HWND root = nullptr;
     while (root == nullptr) {
