@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <psapi.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -31,6 +33,12 @@ void Print(const std::string& line) noexcept {
               &written, nullptr);
 }
 
+std::string Hex(std::uint64_t number) {
+    char text[17] = "";
+    _ui64toa(number, text, 16);
+    return text;
+}
+
 [[noreturn]] void End(UINT code) noexcept {
     TerminateProcess(GetCurrentProcess(), code);
     std::abort();
@@ -43,9 +51,14 @@ LONG CALLBACK EndOnFault(EXCEPTION_POINTERS* pointers) {
     constexpr DWORD severityOfErrors = 3;
     if (code >> 30 != severityOfErrors)
         return EXCEPTION_CONTINUE_SEARCH; // a C++ exception or a message to the debugger
-    char text[17] = "";
-    _ui64toa(code, text, 16);
-    Print(std::string(current) + ": fault 0x" + text + "\n");
+    const void* const place = pointers->ExceptionRecord->ExceptionAddress;
+    MEMORY_BASIC_INFORMATION memory{};
+    VirtualQuery(place, &memory, sizeof(memory));
+    char path[MAX_PATH] = "";
+    K32GetMappedFileNameA(GetCurrentProcess(), const_cast<void*>(place), path, MAX_PATH);
+    Print(std::string(current) + ": fault 0x" + Hex(code) + " at " +
+          Hex(reinterpret_cast<std::uintptr_t>(place)) + ", in what begins at " +
+          Hex(reinterpret_cast<std::uintptr_t>(memory.AllocationBase)) + " " + path + "\n");
     End(exitOfFault);
 }
 

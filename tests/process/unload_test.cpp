@@ -130,14 +130,17 @@ SCENARIO(a_job_calls_exit_after_the_library_was_freed) {
 }
 
 SCENARIO(a_job_frees_the_library) {
+    const Flag isQueued; // until then the call is in the plug-in
     const Flag done;
     const LoadedPlugin plugin;
-    plugin.queue([done, plugin] {
+    plugin.queue([isQueued, done, plugin] {
+        isQueued.Wait();
         plugin.Free();
         CHECK(!IsMapped(pluginName));
         CHECK(IsMapped(libraryName));
         done.Set();
     });
+    isQueued.Set();
     done.Wait();
     Close();
 }
