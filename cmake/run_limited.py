@@ -22,13 +22,23 @@ WINE_FAILED = 125
 
 
 def threads(pid):
-    return sorted(int(task) for task in os.listdir(f"/proc/{pid}/task"))
+    try:
+        return sorted(int(task) for task in os.listdir(f"/proc/{pid}/task"))
+    except OSError:
+        return []
+
+
+def about(path):
+    """What the system says of a process; nothing when that is gone, or not for us to see."""
+    try:
+        return pathlib.Path(f"/proc/{path}").read_text()
+    except OSError:
+        return ""
 
 
 def state(pid, thread):
-    """One letter, R for one that runs."""
-    stat = pathlib.Path(f"/proc/{pid}/task/{thread}/stat").read_text()
-    return stat.rpartition(")")[2].split()[0]
+    """One letter: R for one that runs, X for one that is gone."""
+    return (about(f"{pid}/task/{thread}/stat").rpartition(")")[2].split() or ["X"])[0]
 
 
 def is_running(pid, thread):
@@ -42,9 +52,9 @@ def is_running(pid, thread):
 
 def module(pid, thread):
     """The file that the code comes from which a stopped thread is at."""
-    position = pathlib.Path(f"/proc/{pid}/task/{thread}/syscall").read_text().split()
+    position = about(f"{pid}/task/{thread}/syscall").split()
     address = int(position[-1], 16) if len(position) > 1 else 0
-    for mapping in pathlib.Path(f"/proc/{pid}/maps").read_text().splitlines():
+    for mapping in about(f"{pid}/maps").splitlines():
         begin, end = (int(bound, 16) for bound in mapping.split()[0].split("-"))
         if begin <= address < end:
             return os.path.basename((mapping.split(maxsplit=5) + [""])[5]) or "no file"
