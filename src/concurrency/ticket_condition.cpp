@@ -40,7 +40,12 @@ Conjunction::~Conjunction() {
 }
 
 Conjunction* Conjunction::SoleConjunction(const std::shared_ptr<CJobTermsImpl>& terms) noexcept {
-    return terms.use_count() == 1 ? terms->condition.target<Conjunction>() : nullptr;
+    if (terms.use_count() != 1)
+        return nullptr;
+    // The count is read without any order, and whoever let go just now may have read these terms
+    // before. To take a reference is to come after that.
+    const std::shared_ptr<CJobTermsImpl> afterTheOthers = terms;
+    return afterTheOthers->condition.target<Conjunction>();
 }
 
 ConditionParts Conjunction::Parts() const {

@@ -15,6 +15,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -275,6 +276,25 @@ TEST(JobTermsConjunction, AJobMayWaitForManyTicketsThatWereFoldedTogether) {
     release.Set();
     waiting.Wait();
     polled.Wait();
+}
+
+// Nothing but the count of references tells the one thread that the other has finished.
+TEST(JobTermsConjunction, MayEndAsSoonAsAnotherThreadHasLetGoOfIt) {
+    for (int round = 0; round != 200; ++round) {
+        Terms inner = Answering(StartInfo::Start) & Answering(StartInfo::Drop);
+        Terms outer = inner & Answering(StartInfo::Start);
+        std::thread other([asked = outer->condition]() mutable {
+            EXPECT_EQ(asked(), StartInfo::Drop);
+            asked = nullptr;
+        });
+        const std::weak_ptr<CJobTermsImpl> watched = inner;
+        inner.reset();
+        while (watched.use_count() != 1)
+            std::this_thread::yield();
+        outer.reset();
+        EXPECT_TRUE(watched.expired());
+        other.join();
+    }
 }
 
 TEST(JobTermsConjunction, AnAnswerThatIsNoneOfTheThreePostpones) {

@@ -217,9 +217,35 @@ HWND FindWindowExW(HWND /*parent*/, HWND after, LPCWSTR className, LPCWSTR /*tit
     auto from = std::find(desk.windows.begin(), desk.windows.end(), after);
     from = from == desk.windows.end() ? desk.windows.begin() : from + 1;
     const auto found = std::find_if(from, desk.windows.end(), [className](HWND window) {
-        return window->className == className;
+        return className == nullptr || window->className == className;
     });
     return found == desk.windows.end() ? nullptr : *found;
+}
+
+HWND GetAncestor(HWND window, UINT /*flags*/) {
+    return IsWindow(window) != FALSE ? HWND_MESSAGE : nullptr;
+}
+
+BOOL EnumChildWindows(HWND /*parent*/, WNDENUMPROC visit, LPARAM parameter) {
+    Desk& desk = TheDesk();
+    const auto windows = [&desk] {
+        const std::lock_guard guard(desk.mutex);
+        return desk.windows;
+    }();
+    for (const HWND window : windows)
+        if (visit(window, parameter) == FALSE)
+            return FALSE;
+    return TRUE;
+}
+
+int GetClassNameW(HWND window, LPWSTR name, int size) {
+    Desk& desk = TheDesk();
+    const std::lock_guard guard(desk.mutex);
+    if (!desk.Has(window))
+        return 0;
+    const std::size_t length = window->className.copy(name, static_cast<std::size_t>(size) - 1);
+    name[length] = L'\0';
+    return static_cast<int>(length);
 }
 
 DWORD GetWindowThreadProcessId(HWND window, DWORD* process) {

@@ -36,6 +36,7 @@ using LPARAM = std::intptr_t;
 using LRESULT = std::intptr_t;
 using SIZE_T = std::size_t;
 using LPCWSTR = const wchar_t*;
+using LPWSTR = wchar_t*;
 using HANDLE = void*;
 using HINSTANCE = HINSTANCE__*;
 using HMODULE = HINSTANCE;
@@ -100,6 +101,7 @@ BOOL FreeLibrary(HMODULE module);
 #define SMTO_NORMAL 0u
 #define WH_GETMESSAGE 3
 #define HC_ACTION 0
+#define GA_PARENT 1u
 #define GWLP_WNDPROC (-4)
 #define GCLP_WNDPROC (-24)
 #define HWND_MESSAGE (reinterpret_cast<HWND>(std::intptr_t{-3}))
@@ -137,7 +139,13 @@ LONG_PTR GetWindowLongPtrW(HWND window, int index);
 LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value);
 ULONG_PTR SetClassLongPtrW(HWND window, int index, LONG_PTR value);
 LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+/// A window of that class, of whatever class when none is named.
 HWND FindWindowExW(HWND parent, HWND after, LPCWSTR className, LPCWSTR title);
+/// All windows here are message-only ones.
+HWND GetAncestor(HWND window, UINT flags);
+using WNDENUMPROC = BOOL (*)(HWND window, LPARAM parameter);
+BOOL EnumChildWindows(HWND parent, WNDENUMPROC visit, LPARAM parameter);
+int GetClassNameW(HWND window, LPWSTR name, int size);
 DWORD GetWindowThreadProcessId(HWND window, DWORD* process);
 
 BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
