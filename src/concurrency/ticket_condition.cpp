@@ -44,6 +44,7 @@ Conjunction* Conjunction::SoleConjunction(const std::shared_ptr<CJobTermsImpl>& 
         return nullptr;
     // The count is read without any order, and whoever let go just now may have read these terms
     // before. To take a reference is to come after that.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy is the point
     const std::shared_ptr<CJobTermsImpl> afterTheOthers = terms;
     return afterTheOthers->condition.target<Conjunction>();
 }
