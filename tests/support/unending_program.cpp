@@ -1,4 +1,4 @@
-// Does not end, in the way that its argument names.
+// Does not end, or not well, in the way that its argument names.
 #include <windows.h>
 
 #include <array>
@@ -41,6 +41,8 @@ int main(int /*count*/, char** arguments) {
         std::thread(Wait).detach();
         SpinInNtdll();
     }
+    if (way == "crashes")
+        RaiseException(static_cast<DWORD>(EXCEPTION_INT_DIVIDE_BY_ZERO), 0, 0, nullptr);
     if (way == "spins_in_its_own_code")
         SpinInItsOwnCode();
     Wait();
